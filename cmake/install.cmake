@@ -1,0 +1,24 @@
+include(CMakePackageConfigHelpers)
+
+foreach(header IN LISTS RSMPL_HEADERS)
+    get_filename_component(room ${header} DIRECTORY)
+    install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rsmpl/${room})
+endforeach()
+
+install(TARGETS rsmpl rsmpl_static EXPORT rsmplTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/rsmpl)
+install(EXPORT rsmplTargets NAMESPACE rsmpl:: FILE rsmplConfig.cmake DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/rsmplConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/rsmplConfigVersion.cmake DESTINATION ${package_dir})
+
+configure_file(cmake/rsmpl.pc.in ${PROJECT_BINARY_DIR}/rsmpl.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/rsmpl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+foreach(section 1 3)
+    configure_file(docs/man/rsmpl.${section}.in ${PROJECT_BINARY_DIR}/rsmpl.${section} @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/rsmpl.${section}
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section})
+endforeach()

@@ -1,0 +1,56 @@
+set(RSMPL_HEADERS
+    api/resample_api.h
+    iir/Resample_IIRFilterDesign.h
+    iir/Resample_Rsmpl_IIR_api.h)
+
+function(rsmpl_objects name)
+    add_library(${name} OBJECT ${ARGN})
+    target_link_libraries(${name} PRIVATE rsmpl_options)
+    set_target_properties(${name} PROPERTIES
+        POSITION_INDEPENDENT_CODE ON
+        CXX_EXTENSIONS OFF
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON)
+endfunction()
+
+# The kernels, once per instruction level: LEVEL names the namespace of that copy.
+# The slp vectoriser would make the recursive filter two to three times slower.
+function(rsmpl_kernel_level level)
+    rsmpl_objects(rsmpl_kernels_${level} kernels/Resample_Kernels.cpp)
+    target_compile_definitions(rsmpl_kernels_${level} PRIVATE RSMPL_LEVEL=${level})
+    target_compile_options(rsmpl_kernels_${level} PRIVATE -fno-tree-slp-vectorize ${ARGN})
+endfunction()
+
+rsmpl_objects(rsmpl_base
+    api/resample_api.cpp
+    iir/Resample_IIRFilterDesign.cpp
+    iir/Resample_Rsmpl_IIR_api.cpp
+    kernels/Resample_KernelChoice.cpp)
+rsmpl_kernel_level(baseline)
+set(rsmpl_sources $<TARGET_OBJECTS:rsmpl_base> $<TARGET_OBJECTS:rsmpl_kernels_baseline>)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+    rsmpl_kernel_level(avx2 -mavx2 -mfma)
+    target_compile_definitions(rsmpl_base PRIVATE RSMPL_HAVE_AVX2)
+    list(APPEND rsmpl_sources $<TARGET_OBJECTS:rsmpl_kernels_avx2>)
+endif()
+
+set(version_script ${PROJECT_SOURCE_DIR}/cmake/rsmpl.map)
+add_library(rsmpl SHARED ${rsmpl_sources})
+set_target_properties(rsmpl PROPERTIES
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    LINK_DEPENDS ${version_script})
+target_link_options(rsmpl PRIVATE
+    -Wl,--version-script=${version_script} -Wl,-Bsymbolic-functions -Wl,-z,relro,-z,now)
+
+add_library(rsmpl_static STATIC ${rsmpl_sources})
+set_target_properties(rsmpl_static PROPERTIES OUTPUT_NAME rsmpl EXPORT_NAME static)
+
+foreach(library rsmpl rsmpl_static)
+    set_target_properties(${library} PROPERTIES LINKER_LANGUAGE CXX)
+    target_include_directories(${library} INTERFACE
+        $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/rsmpl>)
+endforeach()
+add_library(rsmpl::rsmpl ALIAS rsmpl)
+add_library(rsmpl::static ALIAS rsmpl_static)
