@@ -1,0 +1,62 @@
+#include "kernels/Resample_Kernels_internal.h"
+
+namespace rsmpl
+{
+
+namespace baseline
+{
+extern const Kernels kernels;
+}
+namespace avx2
+{
+extern const Kernels kernels;
+}
+
+namespace
+{
+
+#ifdef RSMPL_HAVE_AVX2
+constexpr const Kernels* kLevels[] = {&baseline::kernels, &avx2::kernels};
+
+int count_available()
+{
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") ? 2 : 1;
+}
+#else
+constexpr const Kernels* kLevels[] = {&baseline::kernels};
+
+int count_available()
+{
+    return 1;
+}
+#endif
+
+// Valid from the start: a host's own constructors may convert before ours has run.
+const Kernels* active = kLevels[0];
+int available = 1;
+
+[[gnu::constructor]] void choose_level()
+{
+    available = count_available();
+    active = kLevels[available - 1];
+}
+
+} // namespace
+
+const Kernels& active_kernels()
+{
+    return *active;
+}
+
+const Kernels* available_kernels(int index)
+{
+    return index < available ? kLevels[index] : nullptr;
+}
+
+void force_kernels(const Kernels& kernels)
+{
+    active = &kernels;
+}
+
+} // namespace rsmpl
