@@ -1,0 +1,97 @@
+#include "iir/Resample_Rsmpl_IIR_api.h"
+
+#include "iir/Resample_IIRFilterDesign.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace
+{
+
+enum Status : unsigned { kSuccess = 0, kNullContext = 1, kUnknownCode = 2, kBadLength = 3 };
+
+using Initialiser = float*(float* ctx);
+using Stage = void(const float* in, float* out, float* ctx, int len);
+
+constexpr int kContextWords = 9;
+constexpr unsigned kCodes = 5;
+
+struct DownRule {
+    Stage* stage;
+    int minimum;
+    int multiple;
+};
+
+// The cap bounds factor * len: no call writes more than 960 outputs.
+struct UpRule {
+    Stage* stage;
+    int minimum;
+    int factor;
+    int cap;
+};
+
+constexpr DownRule kDown[kCodes] = {
+    {Downsample2_3, 18, 6}, {Downsample1_2, 8, 4},  {Downsample1_3, 18, 6},
+    {Downsample1_4, 16, 4}, {Downsample1_6, 36, 6},
+};
+
+constexpr UpRule kUp[kCodes] = {
+    {Upsample3_2, 6, 3, 1920}, {Upsample2_1, 4, 2, 960}, {Upsample3_1, 6, 3, 960},
+    {Upsample4_1, 4, 4, 960},  {Upsample6_1, 6, 6, 960},
+};
+
+constexpr Initialiser* kInitialisers[] = {
+    InitUpsample3_2,   InitUpsample3_1,   InitUpsample6_1,   InitUpsample2_1,   InitUpsample4_1,
+    InitDownsample2_3, InitDownsample1_3, InitDownsample1_6, InitDownsample1_2, InitDownsample1_4,
+};
+
+} // namespace
+
+unsigned RSMPL_GetContextSize()
+{
+    return kContextWords * sizeof(std::uint32_t);
+}
+
+unsigned RSMPL_InitContext(void* ctx)
+{
+    if (RSMPL_Reset(ctx) != kSuccess)
+        return kNullContext;
+    // Each runs twice: the second call changes nothing, and is kept.
+    for (Initialiser* initialise : kInitialisers)
+        initialise(initialise(static_cast<float*>(ctx)));
+    return kSuccess;
+}
+
+unsigned RSMPL_Down(void* ctx, const float* in, float* out, int len, unsigned code)
+{
+    if (ctx == nullptr)
+        return kNullContext;
+    if (code >= kCodes)
+        return kUnknownCode;
+    const DownRule& rule = kDown[code];
+    if (len < rule.minimum || len % rule.multiple != 0)
+        return kBadLength;
+    rule.stage(in, out, static_cast<float*>(ctx), len);
+    return kSuccess;
+}
+
+unsigned RSMPL_Up(void* ctx, const float* in, float* out, int len, unsigned code)
+{
+    if (ctx == nullptr)
+        return kNullContext;
+    if (code >= kCodes)
+        return kUnknownCode;
+    const UpRule& rule = kUp[code];
+    if (len < rule.minimum || len > rule.cap / rule.factor)
+        return kBadLength;
+    rule.stage(in, out, static_cast<float*>(ctx), len);
+    return kSuccess;
+}
+
+unsigned RSMPL_Reset(void* ctx)
+{
+    if (ctx == nullptr)
+        return kNullContext;
+    std::fill_n(static_cast<float*>(ctx), kContextWords, 0.0F);
+    return kSuccess;
+}
