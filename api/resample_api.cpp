@@ -1,0 +1,155 @@
+// One block: widen every channel to float, run each through the 1:3 stage, narrow what the
+// output buffers hold.  The stage's own length rule decides whether it runs; where it does not, or
+// where it fills only a part, the buffer's older contents are delivered again.
+#include "api/resample_api.h"
+
+#include "api/resample_handle_internal.h"
+#include "convert/Resample_Truncate_internal.h"
+#include "iir/Resample_Rsmpl_IIR_api.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+namespace
+{
+
+using std::int32_t;
+using std::int64_t;
+using std::size_t;
+using std::uint64_t;
+
+constexpr int kMaxChannels = 16;
+constexpr unsigned kDecimate1_3 = 2;
+
+uint64_t sign_extend(int value)
+{
+    return static_cast<uint64_t>(static_cast<int64_t>(value));
+}
+
+// As the target's divide instruction: 0 for a zero divisor, INT_MIN / -1 wraps to INT_MIN.
+int divide(int dividend, int divisor)
+{
+    if (divisor == 0)
+        return 0;
+    if (divisor == -1 && dividend == std::numeric_limits<int>::min())
+        return dividend;
+    return dividend / divisor;
+}
+
+// Inputs per channel and block: samples_per_ch rounded down to a multiple of ratio.
+uint64_t inputs_per_channel(const resample_handle& handle)
+{
+    return handle.out_per_ch * handle.ratio;
+}
+
+// At least one element, so that null always means out of memory.
+template <typename T>
+T* allocate(uint64_t count)
+{
+    return static_cast<T*>(std::calloc(std::max<uint64_t>(count, 1), sizeof(T)));
+}
+
+// Sets the channel's three pointers, null where memory is short.
+bool open_channel(resample_handle& handle, uint64_t channel)
+{
+    // The 1:3 stage writes W / 3 values, more than out_per_ch when the ratio is above 3.
+    const uint64_t outputs = std::max(handle.out_per_ch, inputs_per_channel(handle) / 3);
+    auto* ctx = static_cast<float*>(std::malloc(RSMPL_GetContextSize()));
+    RSMPL_InitContext(ctx);
+    handle.rsmpl_ctx[channel] = ctx;
+    handle.in_buf[channel] = allocate<float>(handle.samples_per_ch);
+    handle.out_buf[channel] = allocate<float>(outputs);
+    return ctx != nullptr && handle.in_buf[channel] != nullptr &&
+           handle.out_buf[channel] != nullptr;
+}
+
+// Releases the handle, of whose channels the first `channels` have been opened.
+void release(resample_handle* handle, uint64_t channels)
+{
+    for (uint64_t c = 0; c < channels; ++c) {
+        std::free(handle->in_buf[c]);
+        std::free(handle->out_buf[c]);
+        std::free(handle->rsmpl_ctx[c]);
+    }
+    std::free(handle->in_buf);
+    std::free(handle->out_buf);
+    std::free(handle);
+}
+
+// Cut to 16 bits, not clipped: 32768 becomes -32768.
+void narrow(const float* from, short* to, uint64_t count)
+{
+    for (uint64_t i = 0; i < count; ++i)
+        to[i] = static_cast<short>(rsmpl::truncate_saturating(from[i]));
+}
+
+// The buffers of a handle whose fields are set.  False, with the handle released, when memory
+// is short.
+bool open_buffers(resample_handle* handle)
+{
+    handle->in_buf = allocate<float*>(handle->ch_num);
+    handle->out_buf = allocate<float*>(handle->ch_num);
+    uint64_t opened = 0;
+    bool ok = handle->in_buf != nullptr && handle->out_buf != nullptr;
+    while (ok && opened < handle->ch_num)
+        ok = open_channel(*handle, opened++);
+    if (!ok)
+        release(handle, opened);
+    return ok;
+}
+
+} // namespace
+
+resample_handle* resample_init(int ch_num, int in_rate, int out_rate, int samples_per_ch)
+{
+    if (ch_num < 0 || ch_num > kMaxChannels || samples_per_ch < 0)
+        return nullptr;
+    auto* handle = static_cast<resample_handle*>(std::malloc(sizeof(resample_handle)));
+    if (handle == nullptr)
+        return nullptr;
+    handle->samples_per_ch = sign_extend(samples_per_ch);
+    handle->in_rate = sign_extend(in_rate);
+    handle->out_rate = sign_extend(out_rate);
+    handle->ch_num = sign_extend(ch_num);
+    handle->interp = 1;
+    handle->ratio = sign_extend(divide(in_rate, out_rate));
+    if (handle->ratio * handle->out_rate != handle->in_rate) {
+        std::puts("ILLEAGLE FREQUENCY");
+        return nullptr; // the record stays allocated, on purpose
+    }
+    handle->out_per_ch = handle->ratio == 0 ? 0 : handle->samples_per_ch / handle->ratio;
+    handle->general = nullptr;
+    return open_buffers(handle) ? handle : nullptr;
+}
+
+int resample_process(resample_handle* handle, const short* in, short* out, int len)
+{
+    if (handle == nullptr) {
+        std::puts("resample not init!");
+        return -1;
+    }
+    const uint64_t inputs = inputs_per_channel(*handle);
+    const uint64_t outputs = handle->out_per_ch;
+    if (handle->ch_num * inputs != sign_extend(len)) {
+        std::puts("input data length = ch_num * samples_per_ch");
+        return -1;
+    }
+    if (len > 0 && (in == nullptr || out == nullptr))
+        return -1;
+    for (uint64_t c = 0; c < handle->ch_num; ++c)
+        std::copy_n(in + c * inputs, inputs, handle->in_buf[c]);
+    for (uint64_t c = 0; c < handle->ch_num; ++c)
+        RSMPL_Down(handle->rsmpl_ctx[c], handle->in_buf[c], handle->out_buf[c],
+                   static_cast<int>(inputs), kDecimate1_3);
+    for (uint64_t c = 0; c < handle->ch_num; ++c)
+        narrow(handle->out_buf[c], out + c * outputs, outputs);
+    return 0;
+}
+
+void resample_exit(resample_handle* handle)
+{
+    if (handle != nullptr)
+        release(handle, handle->ch_num);
+}
