@@ -1,0 +1,185 @@
+// Times one block of 960 samples through the stages and the public calls, interleaved in one
+// process, and prints minima and the ratios between them.  See ./bench/run.
+#include "api/resample_api.h"
+#include "bench/naive_stage.h"
+#include "iir/Resample_IIRFilterDesign.h"
+#include "iir/Resample_Rsmpl_IIR_api.h"
+#include "kernels/Resample_Kernels_internal.h"
+
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <cstdio>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using benchmark::State;
+using rsmpl::Kernels;
+
+constexpr int kBlock = 960;
+const char* const kPublicCall = "resample_process";
+const char* const kCopyLoop = "copy loop, int16 to int16";
+
+template <typename T>
+std::vector<T> noise(std::size_t count)
+{
+    std::mt19937 generator(1);
+    std::uniform_int_distribution<int> sample(-8000, 8000);
+    std::vector<T> values(count);
+    std::generate(values.begin(), values.end(), [&] { return static_cast<T>(sample(generator)); });
+    return values;
+}
+
+using Stage = void(const float* in, float* out, float* ctx, int len);
+
+struct NamedStage {
+    const char* name;
+    Stage* run;
+    int inputs; // the longest block that every way of calling it admits
+};
+
+constexpr NamedStage kStages[] = {
+    {"1:2", Downsample1_2, kBlock},   {"2:3", Downsample2_3, kBlock},
+    {"1:3", Downsample1_3, kBlock},   {"1:4", Downsample1_4, kBlock},
+    {"1:6", Downsample1_6, kBlock},   {"2:1", Upsample2_1, kBlock / 2},
+    {"3:2", Upsample3_2, kBlock / 3}, {"3:1", Upsample3_1, kBlock / 3},
+    {"4:1", Upsample4_1, kBlock / 4}, {"6:1", Upsample6_1, kBlock / 6},
+};
+
+// `convert` runs one block on float buffers with a context.
+template <typename Convert>
+void time_stage(State& state, Convert convert)
+{
+    const std::vector<float> in = noise<float>(kBlock);
+    std::vector<float> out(kBlock);
+    float ctx[9];
+    RSMPL_InitContext(ctx);
+    for (auto _ : state) {
+        convert(in.data(), out.data(), ctx);
+        benchmark::ClobberMemory();
+    }
+}
+
+void time_public_call(State& state, const Kernels* level, int channels)
+{
+    rsmpl::force_kernels(*level);
+    const int len = channels * kBlock;
+    const std::vector<short> in = noise<short>(static_cast<std::size_t>(len));
+    std::vector<short> out(in.size() / 3);
+    resample_handle* handle = resample_init(channels, 48000, 16000, kBlock);
+    for (auto _ : state) {
+        resample_process(handle, in.data(), out.data(), len);
+        benchmark::ClobberMemory();
+    }
+    resample_exit(handle);
+}
+
+void time_copy(State& state)
+{
+    const std::vector<short> in = noise<short>(kBlock);
+    std::vector<short> out(kBlock);
+    for (auto _ : state) {
+        const short* from = in.data();
+        short* to = out.data();
+        benchmark::DoNotOptimize(from); // what a host does: memory that the compiler can't see
+        benchmark::DoNotOptimize(to);
+        for (int i = 0; i < kBlock; ++i)
+            to[i] = from[i];
+        benchmark::ClobberMemory();
+    }
+}
+
+std::string label(const std::string& what, const char* level)
+{
+    return what + ", " + level;
+}
+
+void register_level(const Kernels* level, NaiveStage* naive)
+{
+    benchmark::RegisterBenchmark(label("naive 1:3", level->level).c_str(), [=](State& state) {
+        time_stage(state, [=](const float* in, float* out, float* ctx) {
+            naive(s_FiltCoeffs_3_1, in, out, ctx, kBlock);
+        });
+    });
+    for (const NamedStage& stage : kStages)
+        benchmark::RegisterBenchmark(label(stage.name, level->level).c_str(), [=](State& state) {
+            rsmpl::force_kernels(*level);
+            time_stage(state, [=](const float* in, float* out, float* ctx) {
+                stage.run(in, out, ctx, stage.inputs);
+            });
+        });
+    benchmark::RegisterBenchmark(label(kPublicCall, level->level).c_str(), time_public_call, level,
+                                 1);
+}
+
+// Keeps the fastest repetition of each benchmark.
+class Minima : public benchmark::ConsoleReporter
+{
+public:
+    bool ReportContext(const Context&) override { return true; }
+
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        for (const Run& run : runs) {
+            if (run.run_type != Run::RT_Iteration)
+                continue;
+            const double ns = run.GetAdjustedCPUTime();
+            const auto found = ns_.emplace(run.run_name.function_name, ns).first;
+            found->second = std::min(found->second, ns);
+        }
+    }
+
+    double ns(const std::string& name) const { return ns_.at(name); }
+
+private:
+    std::map<std::string, double> ns_;
+};
+
+void print_level(const Minima& minima, const char* level)
+{
+    std::printf("\nlevel %s\n", level);
+    const double naive = minima.ns(label("naive 1:3", level));
+    std::printf("  %-18s %8.0f ns   %5.2f ns per filter step\n", "naive 1:3", naive,
+                naive / kBlock);
+    for (const NamedStage& stage : kStages) {
+        const double ns = minima.ns(label(stage.name, level));
+        const int insertion =
+            std::string(stage.name) == "2:3" ? 2 : std::max(stage.name[0] - '0', 1);
+        std::printf("  %-18s %8.0f ns   %5.2f ns per filter step\n", stage.name, ns,
+                    ns / (stage.inputs * insertion));
+    }
+    const double call = minima.ns(label(kPublicCall, level));
+    const double copy = minima.ns(kCopyLoop);
+    std::printf("  %-18s %8.0f ns   %5.2f ns per input sample\n", kPublicCall, call, call / kBlock);
+    std::printf("  stage 1:3 is %.2f times as fast as the naive form\n",
+                naive / minima.ns(label("1:3", level)));
+    std::printf("  %s takes %.0f times as long as a plain copy loop (%.0f ns)\n", kPublicCall,
+                call / copy, copy);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 2;
+    benchmark::RegisterBenchmark(kCopyLoop, time_copy);
+    NaiveStage* const naive[] = {
+        baseline::naive_downsample1_3,
+#ifdef RSMPL_HAVE_AVX2
+        avx2::naive_downsample1_3,
+#endif
+    };
+    for (int i = 0; rsmpl::available_kernels(i) != nullptr; ++i)
+        register_level(rsmpl::available_kernels(i), naive[i]);
+    Minima minima;
+    benchmark::RunSpecifiedBenchmarks(&minima);
+    for (int i = 0; rsmpl::available_kernels(i) != nullptr; ++i)
+        print_level(minima, rsmpl::available_kernels(i)->level);
+    return 0;
+}
