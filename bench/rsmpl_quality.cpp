@@ -1,0 +1,134 @@
+// Measures the response of the filters from their impulse responses, as the library gives
+// them, and prints the figures that the documents quote.  See ./bench/run.
+#include "iir/Resample_Rsmpl_IIR_api.h"
+#include "kernels/Resample_Kernels_internal.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <cstdio>
+#include <random>
+#include <vector>
+
+namespace
+{
+
+using Complex = std::complex<double>;
+
+constexpr int kTaps = 4800; // by then every response has died out in single precision
+constexpr double kPi = 3.14159265358979323846;
+
+// The filter's response at its own rate: an impulse through the interpolator, whose outputs
+// are all of its steps, raised by the insertion factor.
+std::vector<double> impulse_response(unsigned code, int insertion)
+{
+    constexpr int kInputs = 40;
+    float ctx[9];
+    RSMPL_InitContext(ctx);
+    std::vector<float> in(kInputs, 0.0F);
+    std::vector<float> out(960);
+    std::vector<double> taps;
+    in[0] = 1;
+    while (static_cast<int>(taps.size()) < kTaps) {
+        RSMPL_Up(ctx, in.data(), out.data(), kInputs, code);
+        for (int i = 0; i < kInputs * insertion; ++i)
+            taps.push_back(static_cast<double>(out[static_cast<std::size_t>(i)]) / insertion);
+        in[0] = 0;
+    }
+    return taps;
+}
+
+struct Response {
+    double decibels;
+    double delay; // group delay in samples of the filter's rate
+};
+
+// At `frequency`, a fraction of the filter's rate.
+Response response_at(const std::vector<double>& taps, double frequency)
+{
+    Complex sum = 0;
+    Complex weighted = 0;
+    for (std::size_t n = 0; n < taps.size(); ++n) {
+        const Complex term =
+            taps[n] * std::polar(1.0, -2 * kPi * frequency * static_cast<double>(n));
+        sum += term;
+        weighted += static_cast<double>(n) * term;
+    }
+    return {20 * std::log10(std::abs(sum)), (weighted / sum).real()};
+}
+
+void print_design(const char* name, unsigned code, int ratio)
+{
+    const std::vector<double> taps = impulse_response(code, ratio);
+    const double nyquist = 0.5 / ratio; // of the lower rate
+    constexpr int kSteps = 800;
+    double highest = -1000;
+    double lowest = 1000;
+    double stop = -1000;
+    double edge = 0;
+    for (int i = 0; i <= kSteps * ratio; ++i) {
+        const double decibels = response_at(taps, nyquist * i / kSteps).decibels;
+        if (i <= 0.875 * kSteps) {
+            highest = std::max(highest, decibels);
+            lowest = std::min(lowest, decibels);
+        }
+        if (decibels > -1 && i < kSteps)
+            edge = static_cast<double>(i) / kSteps;
+        if (i >= kSteps)
+            stop = std::max(stop, decibels);
+    }
+    double reach = 0;
+    for (const double tap : taps)
+        reach += std::fabs(tap);
+    std::printf("%-9s %6.2f to %5.2f   %6.3f   %6.1f   %6.2f dB ", name, lowest, highest, edge,
+                stop, 20 * std::log10(reach));
+    for (const double fraction : {0.0, 0.5, 0.75, 0.875})
+        std::printf("  %6.2f", response_at(taps, nyquist * fraction).delay);
+    std::putchar('\n');
+}
+
+// Outputs of the 1:3 stage that the first level rounds otherwise than the last.
+void print_difference_of_levels()
+{
+    constexpr int kBlocks = 3125;
+    std::mt19937 generator(1);
+    std::uniform_real_distribution<float> sample(-20000, 20000);
+    std::vector<std::vector<float>> ctx;
+    int levels = 0;
+    for (; rsmpl::available_kernels(levels) != nullptr; ++levels)
+        RSMPL_InitContext(ctx.emplace_back(9).data());
+    std::vector<float> in(960);
+    std::vector<float> first(320);
+    std::vector<float> last(320);
+    int differ = 0;
+    for (int block = 0; block < kBlocks; ++block) {
+        std::generate(in.begin(), in.end(), [&] { return sample(generator); });
+        rsmpl::force_kernels(*rsmpl::available_kernels(0));
+        RSMPL_Down(ctx.front().data(), in.data(), first.data(), 960, 2);
+        rsmpl::force_kernels(*rsmpl::available_kernels(levels - 1));
+        RSMPL_Down(ctx.back().data(), in.data(), last.data(), 960, 2);
+        for (std::size_t i = 0; i < first.size(); ++i)
+            differ += first[i] != last[i];
+    }
+    std::printf("\nfloats that differ between level %s and level %s: %d of %d\n",
+                rsmpl::available_kernels(0)->level, rsmpl::available_kernels(levels - 1)->level,
+                differ, kBlocks * 320);
+}
+
+} // namespace
+
+int main()
+{
+    std::puts("Frequencies as fractions of the lower rate's Nyquist frequency, delays in samples\n"
+              "of the higher rate (48 per ms at 48 kHz; for 2:3 and 3:2 of twice and thrice the\n"
+              "input rate).  Overshoot: the largest output for inputs within full scale.\n\n"
+              "filter    ripple to 0.875   -1 dB    beyond   overshoot    delay at 0, 0.5, 0.75, "
+              "0.875\n"
+              "              dB            at       1, dB");
+    print_design("1:2, 2:1", 1, 2);
+    print_design("1:3, 3:1", 2, 3); // and, at the inserted rate, 2:3 and 3:2
+    print_design("1:4, 4:1", 3, 4);
+    print_design("1:6, 6:1", 4, 6);
+    print_difference_of_levels();
+    return 0;
+}

@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# Installs into a scratch folder and uses the result as a host would: every header alone as
+# C11 and C++17, and the README's example by CMake package, by pkg-config, shared and static.
+# Usage: install_test.sh SOURCE_DIR BUILD_DIR C_COMPILER
+set -euo pipefail
+source_dir=$1 build_dir=$2 cc=$3
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+prefix=$scratch/prefix
+example=$source_dir/examples/downsample.c
+strict=(-Wall -Wextra -Wpedantic -Werror)
+
+cmake --install "$build_dir" --prefix "$prefix" >/dev/null
+
+(cd "$prefix/include/rsmpl" && find . -name '*.h') | while read -r header; do
+    echo "#include \"${header#./}\"" >"$scratch/header.c"
+    "$cc" -std=c11 "${strict[@]}" -I "$prefix/include/rsmpl" -fsyntax-only "$scratch/header.c"
+    "$cc" -std=c++17 "${strict[@]}" -I "$prefix/include/rsmpl" -fsyntax-only -x c++ \
+        "$scratch/header.c"
+done
+! find "$prefix/include" -name '*_internal.h' | grep .
+
+# The README shows the example as it stands in the file.
+diff <(sed -n '/^```c$/,/^```$/p' "$source_dir/README.md" | sed '1d;$d') "$example"
+
+head -c 19200 /dev/urandom >"$scratch/in.raw"
+check() { # PROGRAM: ten blocks in, ten blocks out, and not silence
+    "$1" <"$scratch/in.raw" >"$scratch/out.raw"
+    [ "$(stat -c %s "$scratch/out.raw")" = 6400 ] && grep -qvP '^\x00*$' "$scratch/out.raw"
+}
+
+cmake -S "$source_dir/tests/consumer" -B "$scratch/consumer" -DEXAMPLE="$example" \
+    -DCMAKE_C_COMPILER="$cc" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$scratch/consumer" >/dev/null
+check "$scratch/consumer/with_shared"
+check "$scratch/consumer/with_static"
+
+libdir=$(dirname "$(find "$prefix" -name librsmpl.a)")
+export PKG_CONFIG_PATH=$libdir/pkgconfig
+flags=$(pkg-config --cflags --libs rsmpl)
+"$cc" -std=c11 "${strict[@]}" "$example" $flags -o "$scratch/by_pkg_config"
+LD_LIBRARY_PATH=$libdir check "$scratch/by_pkg_config"
+"$cc" -std=c11 "${strict[@]}" "$example" $(pkg-config --cflags rsmpl) "$libdir/librsmpl.a" \
+    -o "$scratch/static"
+check "$scratch/static"
+
+if [ -x "$prefix/bin/rsmpl" ]; then
+    "$prefix/bin/rsmpl" --version
+fi
