@@ -14,6 +14,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/rsmplConfigVersion.cmake
     COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/rsmplConfigVersion.cmake DESTINATION ${package_dir})
 
+# Relative, so that an installed tree can be moved.
+file(RELATIVE_PATH pkgconfig_to_includedir
+    ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_FULL_INCLUDEDIR}/rsmpl)
 configure_file(cmake/rsmpl.pc.in ${PROJECT_BINARY_DIR}/rsmpl.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/rsmpl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

@@ -18,7 +18,7 @@ cmake --install "$build_dir" --prefix "$prefix" >/dev/null
     "$cc" -std=c++17 "${strict[@]}" -I "$prefix/include/rsmpl" -fsyntax-only -x c++ \
         "$scratch/header.c"
 done
-! find "$prefix/include" -name '*_internal.h' | grep .
+if find "$prefix/include" -name '*_internal.h' | grep .; then exit 1; fi
 
 # The README shows the example as it stands in the file.
 diff <(sed -n '/^```c$/,/^```$/p' "$source_dir/README.md" | sed '1d;$d') "$example"
