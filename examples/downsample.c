@@ -7,7 +7,7 @@ enum { BLOCK = 960 }; /* 20 ms */
 int main(void)
 {
     short in[BLOCK], out[BLOCK / 3];
-    resample_handle *rs = resample_init(1, 48000, 16000, BLOCK);
+    resample_handle* rs = resample_init(1, 48000, 16000, BLOCK);
     if (rs == NULL)
         return 1;
     while (fread(in, sizeof in[0], BLOCK, stdin) == BLOCK) {
