@@ -18,7 +18,6 @@ namespace
 {
 
 using benchmark::State;
-using rsmpl::Kernels;
 
 constexpr int kBlock = 960;
 const char* const kPublicCall = "resample_process";
@@ -64,9 +63,9 @@ void time_stage(State& state, Convert convert)
     }
 }
 
-void time_public_call(State& state, const Kernels* level, int channels)
+void time_public_call(State& state, int level, int channels)
 {
-    rsmpl::force_kernels(*level);
+    rsmpl::force_level(level);
     const int len = channels * kBlock;
     const std::vector<short> in = noise<short>(static_cast<std::size_t>(len));
     std::vector<short> out(in.size() / 3);
@@ -93,27 +92,26 @@ void time_copy(State& state)
     }
 }
 
-std::string label(const std::string& what, const char* level)
+std::string label(const std::string& what, int level)
 {
-    return what + ", " + level;
+    return what + ", level " + std::to_string(level);
 }
 
-void register_level(const Kernels* level, NaiveStage* naive)
+void register_level(int level, NaiveStage* naive)
 {
-    benchmark::RegisterBenchmark(label("naive 1:3", level->level).c_str(), [=](State& state) {
+    benchmark::RegisterBenchmark(label("naive 1:3", level).c_str(), [=](State& state) {
         time_stage(state, [=](const float* in, float* out, float* ctx) {
             naive(s_FiltCoeffs_3_1, in, out, ctx, kBlock);
         });
     });
     for (const NamedStage& stage : kStages)
-        benchmark::RegisterBenchmark(label(stage.name, level->level).c_str(), [=](State& state) {
-            rsmpl::force_kernels(*level);
+        benchmark::RegisterBenchmark(label(stage.name, level).c_str(), [=](State& state) {
+            rsmpl::force_level(level);
             time_stage(state, [=](const float* in, float* out, float* ctx) {
                 stage.run(in, out, ctx, stage.inputs);
             });
         });
-    benchmark::RegisterBenchmark(label(kPublicCall, level->level).c_str(), time_public_call, level,
-                                 1);
+    benchmark::RegisterBenchmark(label(kPublicCall, level).c_str(), time_public_call, level, 1);
 }
 
 // Keeps the fastest repetition of each benchmark.
@@ -139,9 +137,10 @@ private:
     std::map<std::string, double> ns_;
 };
 
-void print_level(const Minima& minima, const char* level)
+void print_level(const Minima& minima, int level)
 {
-    std::printf("\nlevel %s\n", level);
+    rsmpl::force_level(level);
+    std::printf("\nlevel %s\n", rsmpl::active_kernels().level);
     const double naive = minima.ns(label("naive 1:3", level));
     std::printf("  %-18s %8.0f ns   %5.2f ns per filter step\n", "naive 1:3", naive,
                 naive / kBlock);
@@ -175,11 +174,11 @@ int main(int argc, char** argv)
         avx2::naive_downsample1_3,
 #endif
     };
-    for (int i = 0; rsmpl::available_kernels(i) != nullptr; ++i)
-        register_level(rsmpl::available_kernels(i), naive[i]);
+    for (int level = 0; level < rsmpl::available_levels(); ++level)
+        register_level(level, naive[level]);
     Minima minima;
     benchmark::RunSpecifiedBenchmarks(&minima);
-    for (int i = 0; rsmpl::available_kernels(i) != nullptr; ++i)
-        print_level(minima, rsmpl::available_kernels(i)->level);
+    for (int level = 0; level < rsmpl::available_levels(); ++level)
+        print_level(minima, level);
     return 0;
 }

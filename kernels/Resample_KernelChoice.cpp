@@ -18,7 +18,7 @@ namespace
 #ifdef RSMPL_HAVE_AVX2
 constexpr const Kernels* kLevels[] = {&baseline::kernels, &avx2::kernels};
 
-int count_available()
+int count_levels()
 {
     __builtin_cpu_init();
     return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") ? 2 : 1;
@@ -26,7 +26,7 @@ int count_available()
 #else
 constexpr const Kernels* kLevels[] = {&baseline::kernels};
 
-int count_available()
+int count_levels()
 {
     return 1;
 }
@@ -34,12 +34,10 @@ int count_available()
 
 // Valid from the start: a host's own constructors may convert before ours has run.
 const Kernels* active = kLevels[0];
-int available = 1;
 
 [[gnu::constructor]] void choose_level()
 {
-    available = count_available();
-    active = kLevels[available - 1];
+    force_level(available_levels() - 1);
 }
 
 } // namespace
@@ -49,14 +47,14 @@ const Kernels& active_kernels()
     return *active;
 }
 
-const Kernels* available_kernels(int index)
+int available_levels()
 {
-    return index < available ? kLevels[index] : nullptr;
+    return count_levels();
 }
 
-void force_kernels(const Kernels& kernels)
+void force_level(int level)
 {
-    active = &kernels;
+    active = kLevels[level];
 }
 
 } // namespace rsmpl

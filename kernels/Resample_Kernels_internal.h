@@ -49,10 +49,10 @@ struct Kernels {
 // The level in use.
 const Kernels& active_kernels();
 
-// For tests and benchmarks: the levels this processor can run, weakest first, then null;
-// and a switch to one of them, not to be made while another thread converts.
-const Kernels* available_kernels(int index);
-void force_kernels(const Kernels& kernels);
+// For tests and benchmarks: how many levels this processor can run, weakest first, and a
+// switch to one of them, not to be made while another thread converts.
+int available_levels();
+void force_level(int level);
 
 } // namespace rsmpl
 

@@ -13,20 +13,20 @@ strict=(-Wall -Wextra -Wpedantic -Werror)
 cmake --install "$build_dir" --prefix "$prefix" >/dev/null
 
 (cd "$prefix/include/rsmpl" && find . -name '*.h') | while read -r header; do
-    echo "#include \"${header#./}\"" >"$scratch/header.c"
-    "$cc" -std=c11 "${strict[@]}" -I "$prefix/include/rsmpl" -fsyntax-only "$scratch/header.c"
-    "$cc" -std=c++17 "${strict[@]}" -I "$prefix/include/rsmpl" -fsyntax-only -x c++ \
-        "$scratch/header.c"
+    for language in "c -std=c11" "c++ -std=c++17"; do
+        echo "#include \"${header#./}\"" | "$cc" -x $language "${strict[@]}" \
+            -I "$prefix/include/rsmpl" -fsyntax-only -
+    done
 done
 if find "$prefix/include" -name '*_internal.h' | grep .; then exit 1; fi
 
 # The README shows the example as it stands in the file.
 diff <(sed -n '/^```c$/,/^```$/p' "$source_dir/README.md" | sed '1d;$d') "$example"
 
-head -c 19200 /dev/urandom >"$scratch/in.raw"
 check() { # PROGRAM: ten blocks in, ten blocks out, and not silence
-    "$1" <"$scratch/in.raw" >"$scratch/out.raw"
-    [ "$(stat -c %s "$scratch/out.raw")" = 6400 ] && grep -qvP '^\x00*$' "$scratch/out.raw"
+    head -c 19200 /dev/urandom | "$1" >"$scratch/out.raw"
+    [ "$(stat -c %s "$scratch/out.raw")" = 6400 ]
+    [ "$(tr -d '\0' <"$scratch/out.raw" | wc -c)" -gt 6000 ]
 }
 
 cmake -S "$source_dir/tests/consumer" -B "$scratch/consumer" -DEXAMPLE="$example" \
@@ -36,14 +36,8 @@ check "$scratch/consumer/with_shared"
 check "$scratch/consumer/with_static"
 
 libdir=$(dirname "$(find "$prefix" -name librsmpl.a)")
-export PKG_CONFIG_PATH=$libdir/pkgconfig
-flags=$(pkg-config --cflags --libs rsmpl)
+flags=$(PKG_CONFIG_PATH=$libdir/pkgconfig pkg-config --cflags --libs rsmpl)
 "$cc" -std=c11 "${strict[@]}" "$example" $flags -o "$scratch/by_pkg_config"
 LD_LIBRARY_PATH=$libdir check "$scratch/by_pkg_config"
-"$cc" -std=c11 "${strict[@]}" "$example" $(pkg-config --cflags rsmpl) "$libdir/librsmpl.a" \
-    -o "$scratch/static"
-check "$scratch/static"
 
-if [ -x "$prefix/bin/rsmpl" ]; then
-    "$prefix/bin/rsmpl" --version
-fi
+[ ! -e "$build_dir/cli" ] || "$prefix/bin/rsmpl" --version
