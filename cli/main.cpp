@@ -22,9 +22,7 @@ void print_summary(const Conversion& done)
     std::putchar('\n');
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
     CLI::App app("Converts a recording from 48 kHz to a 16-bit WAV file at 16 kHz.", "rsmpl");
     std::string in;
@@ -40,9 +38,16 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "rsmpl: %s; see rsmpl --help\n", error.what());
         return kWrongUsage;
     }
+    print_summary(convert(in, out));
+    return kDone;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
     try {
-        print_summary(convert(in, out));
-        return kDone;
+        return run(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "rsmpl: %s\n", error.what());
         return kFailed;

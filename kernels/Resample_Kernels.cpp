@@ -114,7 +114,7 @@ template <int L, int M, int T>
 
 template <int L, int M, int... T>
 [[gnu::always_inline]] inline void run_group(Filter& filter, double gain, const float* in,
-                                             float* out, std::integer_sequence<int, T...>)
+                                             float* out, std::integer_sequence<int, T...> /*steps*/)
 {
     (run_step<L, M, T>(filter, gain, in, out), ...);
 }
