@@ -1,6 +1,6 @@
 // One block: widen every channel to float, run each through the 1:3 stage, narrow what the
-// output buffers hold.  The stage's own length rule decides whether it runs; where it does not, or
-// where it fills only a part, the buffer's older contents are delivered again.
+// output buffers hold.  The stage's own length rule decides whether it runs; what it does not fill
+// stays zero.
 #include "api/resample_api.h"
 
 #include "api/resample_handle_internal.h"

@@ -11,10 +11,10 @@
  * Lengths of a block: with ratio = in_rate / out_rate, out_per_ch = samples_per_ch / ratio
  * outputs and W = out_per_ch * ratio inputs per channel.  Whatever the ratio, the filter is the
  * 1:3 decimator, which runs when W is a multiple of 6 and at least 18:
- *     ratio 3       out_per_ch new outputs
- *     ratio 1 or 2  W / 3 new outputs, then what the buffer held before, at first zeros
- *     above 3       the first out_per_ch of W / 3 outputs
- * For any other W the block is not filtered and delivers the outputs of before again.
+ *     ratio 3       out_per_ch filtered outputs
+ *     ratio 1 or 2  W / 3 filtered outputs, then zeros
+ *     above 3       the first out_per_ch of W / 3 filtered outputs
+ *     any other W   zeros only; the calls succeed all the same
  *
  * Response of 48000 to 16000 Hz: 0 to -0.5 dB up to 7 kHz, -60 dB from 8 kHz on.  Outputs are
  * cut to 16 bits, not clipped: loud input can overshoot (3.2 times the largest sample at worst)
@@ -36,7 +36,8 @@ typedef struct resample_handle resample_handle;
 /* Opens a handle.
  *   ch_num          0 to 16 channels
  *   in_rate         Hz, an integer multiple of out_rate
- *   out_rate        Hz
+ *   out_rate        Hz; rates that are zero, or of opposite signs, may pass for multiples and
+ *                   then give a handle that takes blocks of length 0 only
  *   samples_per_ch  the input block per channel, 0 or more, typically 960
  * Returns the handle, owned by the caller until resample_exit.  Null when
  *   - ch_num or samples_per_ch is out of range or memory is short; nothing is kept;

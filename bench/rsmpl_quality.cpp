@@ -65,41 +65,41 @@ void print_design(const char* name, unsigned code, int ratio)
     double highest = -1000;
     double lowest = 1000;
     double stop = -1000;
-    double edge = 0;
     for (int i = 0; i <= kSteps * ratio; ++i) {
         const double decibels = response_at(taps, nyquist * i / kSteps).decibels;
         if (i <= 0.875 * kSteps) {
             highest = std::max(highest, decibels);
             lowest = std::min(lowest, decibels);
         }
-        if (decibels > -1 && i < kSteps)
-            edge = static_cast<double>(i) / kSteps;
         if (i >= kSteps)
             stop = std::max(stop, decibels);
     }
+    double edge = 0.875;
+    for (double step = 0.0625; step > 1e-5; step /= 2) // falls steadily from there to 1
+        if (response_at(taps, nyquist * (edge + step)).decibels > -1)
+            edge += step;
     double reach = 0;
     for (const double tap : taps)
         reach += std::fabs(tap);
-    std::printf("%-9s %6.2f to %5.2f   %6.3f   %6.1f   %6.2f dB ", name, lowest, highest, edge,
-                stop, 20 * std::log10(reach));
+    std::printf("%-9s %6.2f to %5.2f   %7.4f  %6.1f   %6.2f dB ", name, lowest, highest, edge, stop,
+                20 * std::log10(reach));
     for (const double fraction : {0.0, 0.5, 0.75, 0.875})
         std::printf("  %6.2f", response_at(taps, nyquist * fraction).delay);
     std::putchar('\n');
 }
 
 // Outputs of the 1:3 stage that the weakest level rounds otherwise than the strongest.
-void print_difference_of_levels()
+template <typename NextSample>
+void print_difference_of_levels(const char* signal, NextSample next_sample)
 {
     constexpr int kBlocks = 3125;
     const int levels[] = {0, rsmpl::available_levels() - 1};
-    std::mt19937 generator(1);
-    std::uniform_real_distribution<float> sample(-20000, 20000);
     float ctx[2][9] = {};
     std::vector<float> in(960);
     std::vector<float> out[2] = {std::vector<float>(320), std::vector<float>(320)};
     int differ = 0;
     for (int block = 0; block < kBlocks; ++block) {
-        std::generate(in.begin(), in.end(), [&] { return sample(generator); });
+        std::generate(in.begin(), in.end(), next_sample);
         for (int i : {0, 1}) {
             rsmpl::force_level(levels[i]);
             RSMPL_Down(ctx[i], in.data(), out[i].data(), 960, 2);
@@ -107,8 +107,8 @@ void print_difference_of_levels()
         for (std::size_t j = 0; j < out[0].size(); ++j)
             differ += out[0][j] != out[1][j];
     }
-    std::printf("\nfloats that differ between the weakest level and %s: %d of %d\n",
-                rsmpl::active_kernels().level, differ, kBlocks * 320);
+    std::printf("floats that differ between the weakest level and %s, %s: %d of %d\n",
+                rsmpl::active_kernels().level, signal, differ, kBlocks * 320);
 }
 
 } // namespace
@@ -125,6 +125,13 @@ int main()
     print_design("1:3, 3:1", 2, 3); // and, at the inserted rate, 2:3 and 3:2
     print_design("1:4, 4:1", 3, 4);
     print_design("1:6, 6:1", 4, 6);
-    print_difference_of_levels();
+    std::putchar('\n');
+    std::mt19937 generator(1);
+    std::uniform_real_distribution<float> sample(-20000, 20000);
+    print_difference_of_levels("noise", [&] { return sample(generator); });
+    int n = 0;
+    print_difference_of_levels("a 10 kHz tone", [&] {
+        return static_cast<float>(20000 * std::sin(2 * kPi * n++ * 10 / 48));
+    });
     return 0;
 }

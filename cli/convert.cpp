@@ -8,10 +8,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <filesystem>
 #include <memory>
-#include <new>
 #include <vector>
 
 namespace
@@ -27,6 +27,11 @@ using Handle = std::unique_ptr<resample_handle, void (*)(resample_handle*)>;
 std::size_t block_size(int channels, int frames)
 {
     return static_cast<std::size_t>(channels) * static_cast<std::size_t>(frames);
+}
+
+double decibels(double ratio)
+{
+    return 20 * std::log10(ratio);
 }
 
 // The public calls deliver 16 bits, from which a wrapped sample can't be told.  So the same
@@ -54,13 +59,9 @@ public:
 
     std::int64_t wrapped() const { return wrapped_; }
 
-    // To a tenth of a decibel, upwards.  The margin is for the rounding of the quieter input,
-    // at most one unit, which the filter can raise by 3.2.
-    double turn_down_db() const
-    {
-        constexpr double kSafe = 32767 - 4;
-        return wrapped_ == 0 ? 0 : std::ceil(10 * 20 * std::log10(peak_ / kSafe)) / 10;
-    }
+    // How much quieter the input must be.  The margin is for its rounding, at most one unit,
+    // which the filter can raise by 3.2.
+    double excess_db() const { return decibels(peak_ / (32767 - 4)); }
 
 private:
     using Context = std::array<float, 9>;
@@ -76,6 +77,16 @@ private:
     std::int64_t wrapped_ = 0;
     float peak_ = 0;
 };
+
+// To a tenth of a decibel, upwards.  What clipped on the way in says nothing of its filtered
+// peak; then the filter's worst case counts, a raise by 3.18 or 10.04 dB.
+double turn_down_db(const Recording& recording, const WrapWatch& watch)
+{
+    constexpr double kWorstCase = 3.18;
+    const double excess =
+        recording.peak() > 1 ? decibels(recording.peak() * kWorstCase) : watch.excess_db();
+    return watch.wrapped() == 0 ? 0 : std::ceil(10 * excess) / 10;
+}
 
 void check_apart(const std::string& in, const std::string& out)
 {
@@ -116,7 +127,7 @@ Conversion convert(const std::string& in, const std::string& out)
     const Handle handle(resample_init(done.channels, Recording::kRate, kOutRate, kBlock),
                         resample_exit);
     if (!handle)
-        throw std::bad_alloc();
+        throw FileError(in, ENOMEM);
     WrapWatch watch(done.channels);
     std::vector<short> interleaved(block_size(done.channels, kBlock));
     std::vector<short> planar(interleaved.size());
@@ -137,6 +148,6 @@ Conversion convert(const std::string& in, const std::string& out)
         throw FileError(in, "the file holds no audio");
     output.commit();
     done.wrapped = watch.wrapped();
-    done.turn_down_db = watch.turn_down_db();
+    done.turn_down_db = turn_down_db(recording, watch);
     return done;
 }

@@ -1,6 +1,8 @@
 // rsmpl IN OUT: a 48 kHz recording to a 16 kHz WAV file.
 #include "cli/convert.h"
+#include "cli/file_error.h"
 
+#include <cerrno>
 #include <cinttypes>
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -20,6 +22,8 @@ void print_summary(const Conversion& done)
     if (done.wrapped > 0)
         std::printf(": turn the input down, %.1f dB is safe", done.turn_down_db);
     std::putchar('\n');
+    if (std::fflush(stdout) != 0)
+        throw FileError("standard output", errno);
 }
 
 int run(int argc, char** argv)

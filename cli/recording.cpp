@@ -2,7 +2,9 @@
 
 #include "cli/file_error.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <filesystem>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -45,7 +47,8 @@ Recording::Recording(const std::string& path)
     : path_(path), file_(nullptr, sf_close), quantiser_(nullptr, sf_close)
 {
     check_readable(path);
-    file_.reset(sf_open(path.c_str(), SFM_READ, &info_));
+    const std::string name = path == "-" ? "./-" : path; // which libsndfile takes for a pipe
+    file_.reset(sf_open(name.c_str(), SFM_READ, &info_));
     if (!file_)
         throw FileError(path, std::string("not a readable audio file: ") + sf_strerror(nullptr));
     if (info_.samplerate != kRate)
@@ -71,6 +74,8 @@ sf_count_t Recording::read_quantised(short* samples, int frames)
 {
     floats_.resize(static_cast<std::size_t>(frames) * static_cast<std::size_t>(channels()));
     const sf_count_t count = sf_readf_float(file_.get(), floats_.data(), frames);
+    for (sf_count_t i = 0; i < count * channels(); ++i)
+        peak_ = std::max(peak_, std::fabs(floats_[static_cast<std::size_t>(i)]));
     SNDFILE* quantiser = quantiser_.get();
     sf_seek(quantiser, 0, SEEK_SET | SFM_WRITE);
     sf_seek(quantiser, 0, SEEK_SET | SFM_READ);

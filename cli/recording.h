@@ -19,6 +19,10 @@ public:
 
     int channels() const { return info_.channels; }
 
+    // The largest sample so far where the file holds other than 16-bit samples, full scale
+    // being 1; what is beyond 1 has been clipped.
+    float peak() const { return peak_; }
+
     // Reads up to `frames` frames, interleaved; fewer only at the end of the file.
     int read(short* samples, int frames);
 
@@ -30,6 +34,7 @@ private:
     SoundFile file_;
     SoundFile quantiser_; // null when the file is 16-bit
     std::vector<float> floats_;
+    float peak_ = 0;
 };
 
 #endif

@@ -6,8 +6,11 @@
 #include <climits>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
@@ -15,20 +18,19 @@ namespace
 
 namespace fs = std::filesystem;
 
-// The file to remove when a signal ends the process; empty when there is none.
+// The file that is being written beside its place, for the signal handler; else empty.
 char unfinished[PATH_MAX];
 
 extern "C" void remove_unfinished(int signal)
 {
     unlink(unfinished);
-    _exit(128 + signal);
+    std::signal(signal, SIG_DFL);
+    raise(signal);
 }
 
-void guard(const std::string& part)
+void catch_signals()
 {
-    if (part.size() < sizeof unfinished)
-        part.copy(unfinished, part.size());
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU})
         if (std::signal(signal, remove_unfinished) == SIG_IGN)
             std::signal(signal, SIG_IGN);
     // Too large a file and a closed pipe are then errors like others.
@@ -36,45 +38,73 @@ void guard(const std::string& part)
     std::signal(SIGPIPE, SIG_IGN);
 }
 
-void unguard()
+// The mode of the file to replace, or what the user's umask gives a new one.
+mode_t mode_for(const std::string& target)
 {
-    std::fill(std::begin(unfinished), std::end(unfinished), '\0');
+    struct stat old {
+    };
+    if (stat(target.c_str(), &old) == 0)
+        return old.st_mode & 0777U;
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666U & ~mask;
 }
 
-int open_for_writing(const std::string& path, int flags)
+// A new file in the target's folder, its name in `unfinished` from the moment it exists.
+int open_beside(const std::string& target)
 {
-    constexpr mode_t kReadWriteForAll = 0666; // less the user's umask
-    return open(path.c_str(), O_RDWR | O_CLOEXEC | flags, kReadWriteForAll);
+    const std::string name = (fs::path(target).parent_path() / ".rsmpl-XXXXXX").string();
+    if (name.size() >= sizeof unfinished) {
+        errno = ENAMETOOLONG;
+        return -1;
+    }
+    std::strcpy(unfinished, name.c_str());
+    const int descriptor = mkstemp(unfinished);
+    if (descriptor < 0)
+        unfinished[0] = '\0';
+    else
+        fchmod(descriptor, mode_for(target));
+    return descriptor;
+}
+
+void check_writable(const std::string& path)
+{
+    std::error_code ignored;
+    if (fs::is_directory(path, ignored))
+        throw FileError(path, EISDIR);
+    if (fs::exists(path, ignored)) {
+        if (access(path.c_str(), W_OK) != 0)
+            throw FileError(path, errno);
+    } else if (fs::is_symlink(path, ignored)) {
+        throw FileError(path, "a symbolic link that leads nowhere");
+    }
 }
 
 } // namespace
 
 WavOutput::WavOutput(const std::string& path, int channels, int rate)
-    : path_(path), target_(path), file_(nullptr, sf_close)
+    : path_(path), target_(path), channels_(channels), file_(nullptr, sf_close)
 {
-    std::error_code ignored;
-    const bool exists = fs::exists(path, ignored);
-    if (fs::is_directory(path, ignored))
-        throw FileError(path, EISDIR);
-    if (exists && access(path.c_str(), W_OK) != 0)
-        throw FileError(path, errno);
-    if (exists)
-        target_ = fs::canonical(path, ignored).string();
-    if (!exists || fs::is_regular_file(path, ignored))
-        part_ = target_ + ".part-" + std::to_string(getpid());
+    check_writable(path);
+    std::error_code error;
+    const bool exists = fs::exists(path, error);
+    beside_ = !exists || fs::is_regular_file(path, error);
+    if (exists && beside_)
+        target_ = fs::canonical(path, error).string();
+    if (error && exists)
+        throw FileError(path, error.message());
 
-    const int descriptor =
-        part_.empty() ? open_for_writing(target_, 0) : open_for_writing(part_, O_CREAT | O_EXCL);
+    catch_signals();
+    const int descriptor = beside_ ? open_beside(target_) : open(path.c_str(), O_RDWR | O_CLOEXEC);
     if (descriptor < 0)
         throw FileError(path, errno);
-    guard(part_);
     SF_INFO info{};
     info.channels = channels;
     info.samplerate = rate;
     info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
     file_.reset(sf_open_fd(descriptor, SFM_WRITE, &info, SF_TRUE));
     if (!file_) {
-        unlink(part_.c_str());
+        unlink(unfinished);
         throw FileError(path, sf_strerror(nullptr));
     }
 }
@@ -82,13 +112,17 @@ WavOutput::WavOutput(const std::string& path, int channels, int rate)
 WavOutput::~WavOutput()
 {
     file_.reset();
-    if (!part_.empty())
-        unlink(part_.c_str());
-    unguard();
+    unlink(unfinished);
+    unfinished[0] = '\0';
 }
 
 void WavOutput::write(const short* samples, int frames)
 {
+    // The size fields have 32 bits, and libsndfile lets them wrap around.
+    constexpr std::int64_t kMostBytes = UINT32_MAX - 1024;
+    bytes_ += std::int64_t{frames} * channels_ * static_cast<std::int64_t>(sizeof *samples);
+    if (bytes_ > kMostBytes)
+        throw FileError(path_, "more than the 4 GiB that a WAV file can hold");
     if (sf_writef_short(file_.get(), samples, frames) != frames)
         throw FileError(path_, sf_strerror(file_.get()));
 }
@@ -101,7 +135,7 @@ void WavOutput::commit()
         throw FileError(path_, sf_strerror(file_.get()));
     if (sf_close(file_.release()) != 0)
         throw FileError(path_, EIO);
-    if (!part_.empty() && std::rename(part_.c_str(), target_.c_str()) != 0)
+    if (beside_ && std::rename(unfinished, target_.c_str()) != 0)
         throw FileError(path_, errno);
-    part_.clear();
+    unfinished[0] = '\0';
 }

@@ -3,12 +3,13 @@
 
 #include "cli/recording.h"
 
+#include <cstdint>
 #include <string>
 
 // A 16-bit WAV file that appears, or replaces an older one, only when it is complete.  Written
-// next to its place and renamed by commit(); without commit(), or when a signal ends the
-// process, nothing is left and an older file stays as it was.  What is not a regular file, such
-// as a device, is written directly.  One object at a time.  Throws FileError.
+// beside its place and renamed by commit(); without commit(), or when a signal ends the
+// process, nothing is left and an older file stays as it was.  The new file has the mode of the
+// old one.  A device is written directly.  One object at a time.  Throws FileError.
 class WavOutput
 {
 public:
@@ -23,7 +24,9 @@ public:
 private:
     std::string path_;   // as the user named it
     std::string target_; // with links resolved
-    std::string part_;   // where it is written; empty when that is target_ itself
+    bool beside_;        // written beside target_ until commit()
+    int channels_;
+    std::int64_t bytes_ = 0;
     SoundFile file_;
 };
 

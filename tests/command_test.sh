@@ -57,20 +57,26 @@ for change in 0 0.2; do
     [ "$(grep -c 'around 0$' line)" = "$([ $change = 0 ] && echo 1 || echo 0)" ] || fail "$(cat line)"
 done
 
+# Floats at eight times full scale: clipped, so that the filter's worst case is safe.
+{ au 6; for i in {1..40}; do printf '\x41\0\0\0%.0s' {1..48}; printf '\xc1\0\0\0%.0s' {1..48}; done; } >hot.au
+"$rsmpl" hot.au out.wav >line
+grep -q 'down, 28.2 dB is safe' line || fail "$(cat line)"
+
 # What goes wrong is said in one line and leaves everything as it was.
 rate=44100 make 44.wav 0.1 sine 100
 sox 1.wav silent.wav trim 0 0s
 sox -M {1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1}.wav 17.wav
 ln -s 1.wav link.wav
+ln -s nothing dangling.wav
 touch empty.wav line errors
 echo "not audio" | tee text.wav >kept.wav
-before=$(ls; cat kept.wav)
+before=$(ls -A; cat kept.wav)
 refused() { # STATUS MESSAGE ARGUMENT...
     local status=0
     "$rsmpl" "${@:3}" >line 2>errors || status=$?
     [ "$status" = "$1" ] && [ "$(wc -l <errors)" = 1 ] && [ ! -s line ] || fail "${*:3}: $status"
     [[ $(cat errors) == "rsmpl: $2"* ]] || fail "$(cat errors), not $2"
-    [ "$(ls; cat kept.wav)" = "$before" ] || fail "${*:3} left something behind"
+    [ "$(ls -A; cat kept.wav)" = "$before" ] || fail "${*:3} left something behind"
 }
 refused 1 "no.wav: No such file" no.wav o.wav
 refused 1 "text.wav: not a readable audio file" text.wav o.wav
@@ -82,6 +88,7 @@ refused 1 ".: Is a directory" . o.wav
 refused 1 ".: Is a directory" 1.wav .
 refused 1 "no/o.wav: No such file" 1.wav no/o.wav
 refused 1 "link.wav: output and input are the same file" 1.wav link.wav
+refused 1 "dangling.wav: a symbolic link that leads nowhere" 1.wav dangling.wav
 refused 1 "/dev/full: " 1.wav /dev/full
 (ulimit -f 1; refused 1 "o.wav: " 1.wav o.wav; refused 1 "kept.wav: " 1.wav kept.wav)
 refused 2 "IN is required"
