@@ -68,6 +68,7 @@ sox 1.wav silent.wav trim 0 0s
 sox -M {1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1}.wav 17.wav
 ln -s 1.wav link.wav
 ln -s nothing dangling.wav
+mknod full c 1 7 2>/dev/null || ln -s /dev/full full # one of our own is safe from mistakes
 touch empty.wav line errors
 echo "not audio" | tee text.wav >kept.wav
 before=$(ls -A; cat kept.wav)
@@ -89,7 +90,7 @@ refused 1 ".: Is a directory" 1.wav .
 refused 1 "no/o.wav: No such file" 1.wav no/o.wav
 refused 1 "link.wav: output and input are the same file" 1.wav link.wav
 refused 1 "dangling.wav: a symbolic link that leads nowhere" 1.wav dangling.wav
-refused 1 "/dev/full: " 1.wav /dev/full
+refused 1 "full: " 1.wav full
 (ulimit -f 1; refused 1 "o.wav: " 1.wav o.wav; refused 1 "kept.wav: " 1.wav kept.wav)
 refused 2 "IN is required"
 refused 2 "OUT is required" 1.wav

@@ -35,6 +35,10 @@ cmake --build "$scratch/consumer" >/dev/null
 check "$scratch/consumer/with_shared"
 check "$scratch/consumer/with_static"
 
+# The library exports what the version script lists, no more and no less.
+diff <(sed -n '/global:/,/local:/s/^ *\([A-Za-z_0-9]*\);$/\1/p' "$source_dir/cmake/rsmpl.map" | sort) \
+    <(nm -D --defined-only "$build_dir/librsmpl.so" | sed -n 's/.* [BT] \(.*\)@@.*/\1/p' | sort)
+
 libdir=$(dirname "$(find "$prefix" -name librsmpl.a)")
 flags=$(PKG_CONFIG_PATH=$libdir/pkgconfig pkg-config --cflags --libs rsmpl)
 "$cc" -std=c11 "${strict[@]}" "$example" $flags -o "$scratch/by_pkg_config"
