@@ -1,6 +1,7 @@
 #ifndef RSMPL_RESAMPLE_HANDLE_INTERNAL_H
 #define RSMPL_RESAMPLE_HANDLE_INTERNAL_H
 
+#include <cstddef>
 #include <cstdint>
 
 class CGeneralResampler;
@@ -20,6 +21,9 @@ struct resample_handle {
     float** out_buf;          // owned, per channel: room for out_per_ch and for W / 3 floats
 };
 
+static_assert(offsetof(resample_handle, rsmpl_ctx) == 8 * sizeof(std::uint64_t));
+static_assert(offsetof(resample_handle, in_buf) == 24 * sizeof(std::uint64_t));
+static_assert(offsetof(resample_handle, out_buf) == 25 * sizeof(std::uint64_t));
 static_assert(sizeof(resample_handle) == 26 * sizeof(std::uint64_t));
 
 #endif

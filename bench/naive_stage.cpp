@@ -1,7 +1,6 @@
 #include "bench/naive_stage.h"
 
-void NAIVE_LEVEL::naive_downsample1_3(const float* table, const float* in, float* out, float* ctx,
-                                      int len)
+void NAIVE_FORM(const float* table, const float* in, float* out, float* ctx, int len)
 {
     double a[4], b[4], c[4], p[4], q[4];
     for (int k = 0; k < 4; ++k) {

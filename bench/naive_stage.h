@@ -4,13 +4,9 @@
 
 using NaiveStage = void(const float* table, const float* in, float* out, float* ctx, int len);
 
-namespace baseline
-{
-NaiveStage naive_downsample1_3;
-}
-namespace avx2
-{
-NaiveStage naive_downsample1_3;
-}
+NaiveStage naive_baseline;
+NaiveStage naive_baseline_scalar;
+NaiveStage naive_avx2;
+NaiveStage naive_avx2_scalar;
 
 #endif

@@ -21,6 +21,8 @@ using benchmark::State;
 
 constexpr int kBlock = 960;
 const char* const kPublicCall = "resample_process";
+const char* const kNaiveVectorised = "naive 1:3";
+const char* const kNaiveScalar = "naive 1:3 scalar";
 const char* const kCopyLoop = "copy loop, int16 to int16";
 
 template <typename T>
@@ -97,13 +99,31 @@ std::string label(const std::string& what, int level)
     return what + ", level " + std::to_string(level);
 }
 
-void register_level(int level, NaiveStage* naive)
+struct NaiveForms {
+    NaiveStage* vectorised;
+    NaiveStage* scalar;
+};
+
+const NaiveForms kNaive[] = {
+    {naive_baseline, naive_baseline_scalar},
+#ifdef RSMPL_HAVE_AVX2
+    {naive_avx2, naive_avx2_scalar},
+#endif
+};
+
+void register_naive(const char* name, int level, NaiveStage* naive)
 {
-    benchmark::RegisterBenchmark(label("naive 1:3", level).c_str(), [=](State& state) {
+    benchmark::RegisterBenchmark(label(name, level).c_str(), [=](State& state) {
         time_stage(state, [=](const float* in, float* out, float* ctx) {
             naive(s_FiltCoeffs_3_1, in, out, ctx, kBlock);
         });
     });
+}
+
+void register_level(int level)
+{
+    register_naive(kNaiveVectorised, level, kNaive[level].vectorised);
+    register_naive(kNaiveScalar, level, kNaive[level].scalar);
     for (const NamedStage& stage : kStages)
         benchmark::RegisterBenchmark(label(stage.name, level).c_str(), [=](State& state) {
             rsmpl::force_level(level);
@@ -141,9 +161,12 @@ void print_level(const Minima& minima, int level)
 {
     rsmpl::force_level(level);
     std::printf("\nlevel %s\n", rsmpl::active_kernels().level);
-    const double naive = minima.ns(label("naive 1:3", level));
-    std::printf("  %-18s %8.0f ns   %5.2f ns per filter step\n", "naive 1:3", naive,
-                naive / kBlock);
+    for (const char* naive : {kNaiveVectorised, kNaiveScalar}) {
+        const double ns = minima.ns(label(naive, level));
+        std::printf(
+            "  %-18s %8.0f ns   %5.2f ns per filter step, stage 1:3 is %.2f times as fast\n", naive,
+            ns, ns / kBlock, ns / minima.ns(label("1:3", level)));
+    }
     for (const NamedStage& stage : kStages) {
         const double ns = minima.ns(label(stage.name, level));
         const int insertion =
@@ -154,8 +177,6 @@ void print_level(const Minima& minima, int level)
     const double call = minima.ns(label(kPublicCall, level));
     const double copy = minima.ns(kCopyLoop);
     std::printf("  %-18s %8.0f ns   %5.2f ns per input sample\n", kPublicCall, call, call / kBlock);
-    std::printf("  stage 1:3 is %.2f times as fast as the naive form\n",
-                naive / minima.ns(label("1:3", level)));
     std::printf("  %s takes %.0f times as long as a plain copy loop (%.0f ns)\n", kPublicCall,
                 call / copy, copy);
 }
@@ -168,14 +189,8 @@ int main(int argc, char** argv)
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
     benchmark::RegisterBenchmark(kCopyLoop, time_copy);
-    NaiveStage* const naive[] = {
-        baseline::naive_downsample1_3,
-#ifdef RSMPL_HAVE_AVX2
-        avx2::naive_downsample1_3,
-#endif
-    };
     for (int level = 0; level < rsmpl::available_levels(); ++level)
-        register_level(level, naive[level]);
+        register_level(level);
     Minima minima;
     benchmark::RunSpecifiedBenchmarks(&minima);
     for (int level = 0; level < rsmpl::available_levels(); ++level)

@@ -4,7 +4,6 @@
 #include "kernels/Resample_Kernels_internal.h"
 
 #include <cmath>
-#include <numeric>
 #include <utility>
 
 #define RSMPL_STRING_OF(name) #name
@@ -132,19 +131,18 @@ void run_rest(Filter& filter, double gain, const float* in, float* out, int len)
     }
 }
 
+// L and M have no common factor, so that the pattern of zeros and kept steps repeats every M
+// inputs and L outputs.
 template <int L, int M>
 void run_stage(const Cascade& cascade, const float* in, float* out, float* memory, int len)
 {
-    // Inputs and outputs until the pattern of inserted zeros and kept steps repeats.
-    constexpr int kIn = M / std::gcd(L, M);
-    constexpr int kOut = L / std::gcd(L, M);
     Filter filter(cascade, memory);
-    for (int groups = len / kIn; groups > 0; --groups) {
-        run_group<L, M>(filter, cascade.gain, in, out, std::make_integer_sequence<int, kIn * L>());
-        in += kIn;
-        out += kOut;
+    for (int groups = len / M; groups > 0; --groups) {
+        run_group<L, M>(filter, cascade.gain, in, out, std::make_integer_sequence<int, M * L>());
+        in += M;
+        out += L;
     }
-    run_rest<L, M>(filter, cascade.gain, in, out, len % kIn);
+    run_rest<L, M>(filter, cascade.gain, in, out, len % M);
     filter.store(memory);
 }
 

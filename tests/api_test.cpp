@@ -47,13 +47,11 @@ constexpr Shape kShapes[] = {
     {"sixteen channels", 16, 48000, 16000, 96, 32, 96},
     {"odd length, filtered", 2, 48000, 16000, 1010, 336, 1008},
     {"odd length, not filtered", 1, 48000, 16000, 1000, 333, 999},
-    {"too short", 1, 48000, 16000, 12, 4, 12},
     {"ratio 2", 2, 32000, 16000, 960, 480, 960},
     {"ratio 1", 1, 16000, 16000, 960, 960, 960},
-    {"ratio 12", 2, 192000, 16000, 960, 80, 960},
+    {"ratio 6", 2, 96000, 16000, 960, 160, 960},
     {"no channels", 0, 48000, 16000, 960, 320, 960},
     {"zero rates", 1, 0, 0, 960, 0, 0},
-    {"negative rates", 2, -48000, -16000, 960, 320, 960},
     {"negative ratio", 1, -48000, 16000, 960, 0, 0},
 };
 
@@ -136,6 +134,10 @@ TEST(PublicCalls, RefuseBlocksThatDoNotFitAndTouchNothing)
     resample_process(clean, in.data(), expected.data(), 1920);
     resample_process(handle, in.data(), out.data(), 1920);
     EXPECT_EQ(out, expected) << "the filters had moved";
+    Shorts shared = in; // the output overlaps the second channel's input
+    resample_process(clean, in.data(), expected.data(), 1920);
+    resample_process(handle, shared.data(), shared.data() + 700, 1920);
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), shared.begin() + 700));
     resample_exit(handle);
     resample_exit(clean);
 }

@@ -1,60 +1,49 @@
 #!/usr/bin/env bash
-# Runs the command as a user would, on files made by sox, beside the example on raw samples.
-# Usage: command_test.sh RSMPL DOWNSAMPLE
+# Runs the command as a user would, on files made by sox, beside an example on raw samples.
+# Usage: command_test.sh RSMPL INTERLEAVED
 set -euo pipefail
-rsmpl=$(realpath "$1") downsample=$(realpath "$2")
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
-cd "$scratch"
+rsmpl=$(realpath "$1") interleaved=$(realpath "$2")
+cd "$(mktemp -d)"
+trap 'rm -rf "$PWD"' EXIT
 
 fail() { echo "FAILED: $*"; exit 1; }
 make() { sox -R -n -r "${rate:-48000}" -b 16 "$1" synth "${@:2}"; }
-raw() { sox "$1" -t raw - "${@:2}"; }
+raw() { sox "$1" -t raw -; }
 same() { cmp "$1" "$2" || fail "$1 and $2 differ"; }
 
-# Every tail length: what the library makes of the samples and zeros after them.
+# Every tail length, in stereo: what the example makes of the raw samples.
 for frames in 1 17 960 961 1919 5000; do
-    kept=$(((frames + 2) / 3))
-    make in.wav "${frames}s" whitenoise gain -12
-    line=$("$rsmpl" in.wav out.wav)
-    [ "$line" = "frames in $frames at 48000 Hz, frames out $kept at 16000 Hz, channels 1, samples wrapped around 0" ] ||
-        fail "$line"
-    (raw in.wav; head -c 1920 /dev/zero) | "$downsample" >padded.raw
-    head -c $((2 * kept)) padded.raw >expected.raw
-    raw out.wav >out.raw
-    same expected.raw out.raw
-done
-
-# Channels keep their places.
-for c in 1 2 3; do
-    make "$c.wav" 5000s sine "${c}00" gain -12
-    "$rsmpl" "$c.wav" "out$c.wav" >line
-done
-sox -M 1.wav 2.wav 3.wav three.wav
-"$rsmpl" three.wav out.wav >line
-for c in 1 2 3; do
-    same <(raw out.wav remix "$c") <(raw "out$c.wav")
+    make 1.wav "${frames}s" whitenoise gain -12
+    make 2.wav "${frames}s" sine 300 gain -12
+    sox -M 1.wav 2.wav in.wav
+    [ "$("$rsmpl" in.wav out.wav)" = "frames in $frames at 48000 Hz, frames out $(((frames + 2) / 3)) at 16000 Hz, channels 2, samples wrapped around 0" ] ||
+        fail "$frames frames"
+    same <(raw in.wav | "$interleaved") <(raw out.wav)
 done
 
 # Other formats come down to the same 16 bits; floats beyond full scale clip.
-sox 1.wav -b 24 24.flac
-sox 1.wav -e floating-point float.wav
+sox in.wav -b 24 24.flac
+sox in.wav -e floating-point float.wav
 au() { printf ".snd\0\0\0\30\xff\xff\xff\xff\0\0\0\\$1\0\0\xbb\x80\0\0\0\1"; } # ENCODING
 { au 6; printf '\x40\x60\0\0\xc0\x60\0\0'; head -c 400 /dev/zero; } >loud.au # 3.5, -3.5, 0 ...
 { au 3; printf '\x7f\xff\x80\0'; head -c 200 /dev/zero; } >clipped.au
-for pair in "1.wav 24.flac" "1.wav float.wav" "clipped.au loud.au"; do
+for pair in "in.wav 24.flac" "in.wav float.wav" "clipped.au loud.au"; do
     for file in $pair; do "$rsmpl" "$file" "$file.out" >line; done
     same ${pair% *}.out ${pair#* }.out
 done
 
-# A square wave wraps around; turned down by what the line says it does not, by less it does.
-make square.wav 0.2 square 500
-[[ $("$rsmpl" square.wav out.wav) =~ around\ [1-9][0-9]+:\ turn\ the\ input\ down,\ ([0-9.]+)\ dB ]] || fail wrapping
-safe=${BASH_REMATCH[1]}
-for change in 0 0.2; do
-    sox -D square.wav in.wav gain "$(echo "$change - $safe" | bc)"
-    "$rsmpl" in.wav out.wav >line
-    [ "$(grep -c 'around 0$' line)" = "$([ $change = 0 ] && echo 1 || echo 0)" ] || fail "$(cat line)"
+# A loud channel wraps around, up or down; turned down by what the line says it does not, by
+# less it does.
+for shift in 0.5 -0.5; do
+    make square.wav 0.1 square 500 vol 0.5 dcshift $shift
+    sox -M 1.wav square.wav loud.wav trim 0 0.1
+    [[ $("$rsmpl" loud.wav out.wav) =~ around\ [1-9][0-9]+:\ turn\ the\ input\ down,\ ([0-9.]+)\ dB ]] ||
+        fail "shift $shift"
+    for change in 0 0.2; do
+        sox -D loud.wav in.wav gain "$(echo "$change - ${BASH_REMATCH[1]}" | bc)"
+        "$rsmpl" in.wav out.wav >line
+        [ "$(grep -c 'around 0$' line)" = "$([ $change = 0 ] && echo 1 || echo 0)" ] || fail "$(cat line)"
+    done
 done
 
 # Floats at eight times full scale: clipped, so that the filter's worst case is safe.
@@ -62,8 +51,15 @@ done
 "$rsmpl" hot.au out.wav >line
 grep -q 'down, 28.2 dB is safe' line || fail "$(cat line)"
 
+# A link is written through, an older file's mode kept, a new one's is the user's.
+(umask 027; "$rsmpl" 1.wav new.wav; ln -s new.wav written.wav; "$rsmpl" 2.wav written.wav; "$rsmpl" 2.wav out.wav) >line
+same new.wav out.wav
+[ -L written.wav ] && [ "$(stat -c %a new.wav)" = 640 ] || fail "link or mode"
+
 # What goes wrong is said in one line and leaves everything as it was.
 rate=44100 make 44.wav 0.1 sine 100
+rate=96000 make 96.wav 0.1 sine 100
+head -c 9000 24.flac >cut.flac
 sox 1.wav silent.wav trim 0 0s
 sox -M {1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1}.wav 17.wav
 ln -s 1.wav link.wav
@@ -84,6 +80,8 @@ refused 1 "text.wav: not a readable audio file" text.wav o.wav
 refused 1 "empty.wav: the file is empty" empty.wav o.wav
 refused 1 "silent.wav: the file holds no audio" silent.wav o.wav
 refused 1 "44.wav: the sample rate is 44100 Hz; only 48000 Hz is accepted" 44.wav o.wav
+refused 1 "96.wav: the sample rate is 96000 Hz; only 48000 Hz is accepted" 96.wav o.wav
+refused 1 "cut.flac: " cut.flac o.wav
 refused 1 "17.wav: there are 17 channels; 1 to 16 are accepted" 17.wav o.wav
 refused 1 ".: Is a directory" . o.wav
 refused 1 ".: Is a directory" 1.wav .

@@ -36,7 +36,8 @@ TEST(Dispatch, ChecksContextThenCodeThenLengthAndTouchesNothing)
     const Floats in = noise(960);
     for (Convert* convert : {RSMPL_Down, RSMPL_Up}) {
         EXPECT_EQ(convert(nullptr, in.data(), out.data(), 1, 5), 1U);
-        EXPECT_EQ(convert(ctx.data(), in.data(), out.data(), 1, 5), 2U);
+        for (const int len : {-1, 1, INT_MAX})
+            EXPECT_EQ(convert(ctx.data(), in.data(), out.data(), len, 5), 2U);
         EXPECT_EQ(convert(ctx.data(), in.data(), out.data(), 18, UINT_MAX), 2U);
         EXPECT_EQ(convert(ctx.data(), in.data(), out.data(), INT_MIN, 4), 3U);
     }

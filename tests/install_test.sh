@@ -14,8 +14,7 @@ cmake --install "$build_dir" --prefix "$prefix" >/dev/null
 
 (cd "$prefix/include/rsmpl" && find . -name '*.h') | while read -r header; do
     for language in "c -std=c11" "c++ -std=c++17"; do
-        echo "#include \"${header#./}\"" | "$cc" -x $language "${strict[@]}" \
-            -I "$prefix/include/rsmpl" -fsyntax-only -
+        "$cc" -x $language "${strict[@]}" -I "$prefix/include/rsmpl" -fsyntax-only - <<<"#include \"$header\""
     done
 done
 if find "$prefix/include" -name '*_internal.h' | grep .; then exit 1; fi
@@ -32,8 +31,7 @@ check() { # PROGRAM: ten blocks in, ten blocks out, and not silence
 cmake -S "$source_dir/tests/consumer" -B "$scratch/consumer" -DEXAMPLE="$example" \
     -DCMAKE_C_COMPILER="$cc" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$scratch/consumer" >/dev/null
-check "$scratch/consumer/with_shared"
-check "$scratch/consumer/with_static"
+for kind in shared static; do check "$scratch/consumer/with_$kind"; done
 
 # The library exports what the version script lists, no more and no less.
 diff <(sed -n '/global:/,/local:/s/^ *\([A-Za-z_0-9]*\);$/\1/p' "$source_dir/cmake/rsmpl.map" | sort) \

@@ -20,10 +20,10 @@ double checksum(const float* table)
 
 const double before_any_call = checksum(s_FiltCoeffs_3_1) + checksum(s_FiltCoeffs_6_1);
 
-class StageTest : public testing::TestWithParam<std::tuple<int, Stage>>
+class StageTest : public testing::TestWithParam<std::tuple<int, int>>
 {
 protected:
-    StageTest() { rsmpl::force_level(std::get<int>(GetParam())); }
+    StageTest() { rsmpl::force_level(std::get<0>(GetParam())); }
 
     // One call on the context as it is.
     Floats run(const Floats& in)
@@ -40,27 +40,19 @@ protected:
         return run(in);
     }
 
-    const Stage stage_ = std::get<Stage>(GetParam());
+    const Stage& stage_ = kStages[std::get<1>(GetParam())];
     float ctx_[9];
 };
 
-void expect_near(const Floats& got, const std::vector<double>& expected, double tolerance)
-{
-    ASSERT_EQ(got.size(), expected.size());
-    for (std::size_t i = 0; i < got.size(); ++i)
-        ASSERT_NEAR(got[i], expected[i], tolerance) << i << " of " << got.size();
-}
-
 TEST_P(StageTest, MatchesTheModelAtEveryLengthAndInPlace)
 {
-    std::vector<int> lengths = {160, 161, 320, 480, 641, 960};
-    for (int len = 0; len <= 50; ++len)
-        lengths.push_back(len);
-    for (const int len : lengths) {
+    int rounded_otherwise = 0;
+    for (int len = 0; len <= 960; len += len < 50 ? 1 : 65) {
         const Floats in = noise(len);
         const Floats out = run_anew(in);
-        // Half a unit in the last place of a float below 2^15 is 0.001.
-        expect_near(out, model_of(stage_, in), 0.0012);
+        const std::vector<double> expected = model_of(stage_, in);
+        for (std::size_t i = 0; i < out.size(); ++i)
+            rounded_otherwise += out[i] != static_cast<float>(expected[i]);
         EXPECT_EQ(ctx_[0], 0) << "the reserved word";
         Floats shared = in;
         shared.resize(std::max(in.size(), out.size()));
@@ -68,36 +60,21 @@ TEST_P(StageTest, MatchesTheModelAtEveryLengthAndInPlace)
         shared.resize(out.size());
         EXPECT_EQ(shared, out) << "in place, length " << len;
     }
+    EXPECT_LE(rounded_otherwise, 3) << "of thousands, where two ways in double precision differ";
 }
 
 TEST_P(StageTest, JoinsBlocksWithoutASeam)
 {
-    const int total = 1000 * stage_.kept;
+    const int total = 6000 * stage_.kept;
     const Floats in = noise(total);
-    Floats joined;
     stage_.init(ctx_);
-    for (int start = 0, groups = 1; start < total; groups = groups * 7 % 151) {
+    const std::vector<double> expected = model_of(stage_, in);
+    auto next = expected.begin();
+    for (int start = 0, groups = 1; start < total; groups = groups * 7 % 1511) {
         const int end = std::min(start + groups * stage_.kept, total);
-        const Floats part = run(Floats(in.begin() + start, in.begin() + end));
-        joined.insert(joined.end(), part.begin(), part.end());
+        for (const float value : run(Floats(in.begin() + start, in.begin() + end)))
+            ASSERT_NEAR(value, *next++, 0.02) << "more than rounds the memory at a seam";
         start = end;
-    }
-    // The memory is rounded to float at every seam.
-    expect_near(joined, model_of(stage_, in), 0.02);
-}
-
-TEST_P(StageTest, PassesDcAndStopsTheLowerNyquistFrequency)
-{
-    const double nyquist = std::acos(-1.0) * std::min(1.0, 1.0 * stage_.insertion / stage_.kept);
-    const double images = 0.0011 * stage_.insertion;
-    Floats tone(1200);
-    for (std::size_t i = 0; i < tone.size(); ++i)
-        tone[i] = static_cast<float>(std::cos(nyquist * static_cast<double>(i)));
-    const Floats passed = run_anew(Floats(1200, 1.0F));
-    const Floats stopped = run_anew(tone);
-    for (std::size_t i = passed.size() - 60; i < passed.size(); ++i) {
-        EXPECT_NEAR(passed[i], 0.944, images);
-        EXPECT_NEAR(stopped[i], 0, images);
     }
 }
 
@@ -124,15 +101,42 @@ TEST_P(StageTest, InitialiserClearsTheContextAndFillsTheTable)
     EXPECT_EQ(ctx.block(), Floats(9, 0.0F));
     EXPECT_EQ(ctx.untouched(), 0);
     EXPECT_NEAR(checksum(stage_.table), stage_.checksum, 1e-11); // a changed last bit is 1e-10
+    stage_.run(nullptr, nullptr, ctx.data(), -6);
+    EXPECT_EQ(ctx.block(), Floats(9, 0.0F));
 }
 
-INSTANTIATE_TEST_SUITE_P(Levels, StageTest,
+TEST_P(StageTest, KeepsItsMemoryInTheContextNewestFirst)
+{
+    if (stage_.insertion > 2)
+        return;
+    run_anew(stage_.insertion == 1 ? Floats{1, 0} : Floats{1}); // two steps, on 1 and on 0
+    double w = 0, dc_gain = stage_.table[0];
+    for (int k = 0; k < 4; ++k) {
+        const float *section = stage_.table + 1 + 3 * k, *memory = ctx_ + 1 + 2 * k;
+        const double a = section[0], b = section[1], c = section[2];
+        w += a;
+        EXPECT_NEAR(memory[0], w - c, 1e-6);
+        EXPECT_EQ(memory[1], 1);
+        dc_gain *= (2 + c) / (2 - a + c - b);
+    }
+    EXPECT_NEAR(dc_gain, 0.944, 0.0001);
+}
+
+TEST(Levels, AreAllThereAndTheBestIsInUse)
+{
+    int levels = 1;
+#ifdef __x86_64__
+    levels += __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+#endif
+    ASSERT_EQ(rsmpl::available_levels(), levels);
+    const std::string in_use = rsmpl::active_kernels().level;
+    EXPECT_EQ(in_use, levels == 1 ? "baseline" : "avx2");
+    rsmpl::force_level(0);
+    EXPECT_STREQ(rsmpl::active_kernels().level, "baseline");
+}
+
+INSTANTIATE_TEST_SUITE_P(LevelsAndStages, StageTest,
                          testing::Combine(testing::Range(0, rsmpl::available_levels()),
-                                          testing::ValuesIn(kStages)),
-                         [](const auto& param) {
-                             const Stage& stage = std::get<1>(param.param);
-                             return "level" + std::to_string(std::get<0>(param.param)) + "_" +
-                                    std::to_string(stage.insertion * 10 + stage.kept);
-                         });
+                                          testing::Range(0, 10)));
 
 } // namespace
