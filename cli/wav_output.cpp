@@ -41,8 +41,7 @@ void catch_signals()
 // The mode of the file to replace, or what the user's umask gives a new one.
 mode_t mode_for(const std::string& target)
 {
-    struct stat old {
-    };
+    struct stat old;
     if (stat(target.c_str(), &old) == 0)
         return old.st_mode & 0777U;
     const mode_t mask = umask(0);
