@@ -59,13 +59,12 @@ same new.wav out.wav
 # What goes wrong is said in one line and leaves everything as it was.
 rate=44100 make 44.wav 0.1 sine 100
 rate=96000 make 96.wav 0.1 sine 100
-head -c 9000 24.flac >cut.flac
+head -c 9000 24.flac >cut.flac; touch empty.wav line errors
 sox 1.wav silent.wav trim 0 0s
 sox -M {1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1}.wav 17.wav
 ln -s 1.wav link.wav
 ln -s nothing dangling.wav
 mknod full c 1 7 2>/dev/null || ln -s /dev/full full # one of our own is safe from mistakes
-touch empty.wav line errors
 echo "not audio" | tee text.wav >kept.wav
 before=$(ls -A; cat kept.wav)
 refused() { # STATUS MESSAGE ARGUMENT...
@@ -94,4 +93,3 @@ refused 2 "IN is required"
 refused 2 "OUT is required" 1.wav
 refused 2 "" 1.wav o.wav third
 refused 2 "" --loud 1.wav o.wav
-echo "command: all checks passed"

@@ -70,11 +70,11 @@ TEST_P(StageTest, JoinsBlocksWithoutASeam)
     stage_.init(ctx_);
     const std::vector<double> expected = model_of(stage_, in);
     auto next = expected.begin();
-    for (int start = 0, groups = 1; start < total; groups = groups * 7 % 1511) {
-        const int end = std::min(start + groups * stage_.kept, total);
+    for (int start = 0, end = 0, groups = 1; start < total; start = end) {
+        end = std::min(start + groups * stage_.kept, total);
+        groups = groups * 7 % 1511;
         for (const float value : run(Floats(in.begin() + start, in.begin() + end)))
             ASSERT_NEAR(value, *next++, 0.02) << "more than rounds the memory at a seam";
-        start = end;
     }
 }
 
