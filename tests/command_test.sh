@@ -16,7 +16,7 @@ for frames in 1 17 960 961 1919 5000; do
     make 1.wav "${frames}s" whitenoise gain -12
     make 2.wav "${frames}s" sine 300 gain -12
     sox -M 1.wav 2.wav in.wav
-    [ "$("$rsmpl" in.wav out.wav)" = "frames in $frames at 48000 Hz, frames out $(((frames + 2) / 3)) at 16000 Hz, channels 2, samples wrapped around 0" ] ||
+    [ "$("$rsmpl" in.wav out.wav)" = "frames in $frames at 48000 Hz, frames out $(((frames + 2) / 3)) at 16000 Hz, channels 2, samples wrapped around 0" ] && [ "$(soxi -r out.wav)" = 16000 ] ||
         fail "$frames frames"
     same <(raw in.wav | "$interleaved") <(raw out.wav)
 done
@@ -59,9 +59,10 @@ same new.wav out.wav
 # What goes wrong is said in one line and leaves everything as it was.
 rate=44100 make 44.wav 0.1 sine 100
 rate=96000 make 96.wav 0.1 sine 100
-head -c 9000 24.flac >cut.flac; touch empty.wav line errors
+head -c -200 24.flac >cut.flac; touch empty.wav line errors
 sox 1.wav silent.wav trim 0 0s
-sox -M {1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1}.wav 17.wav
+sox -M 1.wav{,,,}{,,,} 16.wav; "$rsmpl" 16.wav sixteen.wav >line
+sox -M 1.wav 16.wav 17.wav
 ln -s 1.wav link.wav
 ln -s nothing dangling.wav
 mknod full c 1 7 2>/dev/null || ln -s /dev/full full # one of our own is safe from mistakes
@@ -91,5 +92,4 @@ refused 1 "full: " 1.wav full
 (ulimit -f 1; refused 1 "o.wav: " 1.wav o.wav; refused 1 "kept.wav: " 1.wav kept.wav)
 refused 2 "IN is required"
 refused 2 "OUT is required" 1.wav
-refused 2 "" 1.wav o.wav third
-refused 2 "" --loud 1.wav o.wav
+refused 2 "" 1.wav o.wav third; refused 2 "" --loud 1.wav o.wav
