@@ -57,7 +57,7 @@ int open_beside(const std::string& target)
         errno = ENAMETOOLONG;
         return -1;
     }
-    std::strcpy(unfinished, name.c_str());
+    std::memcpy(unfinished, name.c_str(), name.size() + 1);
     const int descriptor = mkstemp(unfinished);
     if (descriptor < 0)
         unfinished[0] = '\0';
