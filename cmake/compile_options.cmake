@@ -9,7 +9,7 @@ target_compile_options(rsmpl_options INTERFACE
 
 set(RSMPL_SANITIZE "" CACHE STRING "Sanitizers for everything, such as address,undefined")
 if(RSMPL_SANITIZE)
-    target_compile_options(rsmpl_options INTERFACE
+    add_compile_options(
         -fsanitize=${RSMPL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
-    target_link_options(rsmpl_options INTERFACE -fsanitize=${RSMPL_SANITIZE})
+    add_link_options(-fsanitize=${RSMPL_SANITIZE})
 endif()
