@@ -45,6 +45,7 @@ target_link_options(rsmpl PRIVATE
 
 add_library(rsmpl_static STATIC ${rsmpl_sources})
 set_target_properties(rsmpl_static PROPERTIES OUTPUT_NAME rsmpl EXPORT_NAME static)
+target_link_libraries(rsmpl_static INTERFACE stdc++ m) # a host in C would not bring them
 
 foreach(library rsmpl rsmpl_static)
     set_target_properties(${library} PROPERTIES LINKER_LANGUAGE CXX)
