@@ -15,9 +15,7 @@
 namespace
 {
 
-using std::int32_t;
 using std::int64_t;
-using std::size_t;
 using std::uint64_t;
 
 constexpr int kMaxChannels = 16;
