@@ -149,9 +149,7 @@ TEST(PublicCalls, HandleHoldsItsFieldsInOrder)
     using Words = std::vector<std::uint64_t>;
     resample_handle* handle = resample_init(2, -48000, -16000, 1000);
     const auto* words = reinterpret_cast<const std::uint64_t*>(handle);
-    const auto extended = [](int value) { return static_cast<std::uint64_t>(value); };
-    EXPECT_EQ(Words(words, words + 8),
-              (Words{0, 1000, extended(-48000), extended(-16000), 2, 333, 1, 3}));
+    EXPECT_EQ(Words(words, words + 8), (Words{0, 1000, 0ULL - 48000, 0ULL - 16000, 2, 333, 1, 3}));
     resample_exit(handle);
 }
 

@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Runs the command as a user would, on files made by sox, beside an example on raw samples.
-# Usage: command_test.sh RSMPL INTERLEAVED
+# Runs the command $1 as a user would, on files made by sox, beside the example $2 on raw ones.
 set -euo pipefail
 rsmpl=$(realpath "$1") interleaved=$(realpath "$2")
 cd "$(mktemp -d)"
@@ -9,7 +8,6 @@ trap 'rm -rf "$PWD"' EXIT
 fail() { echo "FAILED: $*"; exit 1; }
 make() { sox -R -n -r "${rate:-48000}" -b 16 "$1" synth "${@:2}"; }
 raw() { sox "$1" -t raw -; }
-same() { cmp "$1" "$2" || fail "$1 and $2 differ"; }
 
 # Every tail length, in stereo: what the example makes of the raw samples.
 for frames in 1 17 960 961 1919 5000; do
@@ -18,7 +16,7 @@ for frames in 1 17 960 961 1919 5000; do
     sox -M 1.wav 2.wav in.wav
     [ "$("$rsmpl" in.wav out.wav)" = "frames in $frames at 48000 Hz, frames out $(((frames + 2) / 3)) at 16000 Hz, channels 2, samples wrapped around 0" ] && [ "$(soxi -r out.wav)" = 16000 ] ||
         fail "$frames frames"
-    same <(raw in.wav | "$interleaved") <(raw out.wav)
+    cmp <(raw in.wav | "$interleaved") <(raw out.wav)
 done
 
 # Other formats come down to the same 16 bits; floats beyond full scale clip.
@@ -29,7 +27,7 @@ au() { printf ".snd\0\0\0\30\xff\xff\xff\xff\0\0\0\\$1\0\0\xbb\x80\0\0\0\1"; } #
 { au 3; printf '\x7f\xff\x80\0'; head -c 200 /dev/zero; } >clipped.au
 for pair in "in.wav 24.flac" "in.wav float.wav" "clipped.au loud.au"; do
     for file in $pair; do "$rsmpl" "$file" "$file.out" >line; done
-    same ${pair% *}.out ${pair#* }.out
+    cmp ${pair% *}.out ${pair#* }.out
 done
 
 # A loud channel wraps around, up or down; turned down by what the line says it does not, by
@@ -53,12 +51,11 @@ grep -q 'down, 28.2 dB is safe' line || fail "$(cat line)"
 
 # A link is written through, an older file's mode kept, a new one's is the user's.
 (umask 027; "$rsmpl" 1.wav new.wav; ln -s new.wav written.wav; "$rsmpl" 2.wav written.wav; "$rsmpl" 2.wav out.wav) >line
-same new.wav out.wav
+cmp new.wav out.wav
 [ -L written.wav ] && [ "$(stat -c %a new.wav)" = 640 ] || fail "link or mode"
 
 # What goes wrong is said in one line and leaves everything as it was.
 rate=44100 make 44.wav 0.1 sine 100
-rate=96000 make 96.wav 0.1 sine 100
 head -c -200 24.flac >cut.flac; touch empty.wav line errors
 sox 1.wav silent.wav trim 0 0s
 sox -M 1.wav{,,,}{,,,} 16.wav; "$rsmpl" 16.wav sixteen.wav >line
@@ -80,11 +77,9 @@ refused 1 "text.wav: not a readable audio file" text.wav o.wav
 refused 1 "empty.wav: the file is empty" empty.wav o.wav
 refused 1 "silent.wav: the file holds no audio" silent.wav o.wav
 refused 1 "44.wav: the sample rate is 44100 Hz; only 48000 Hz is accepted" 44.wav o.wav
-refused 1 "96.wav: the sample rate is 96000 Hz; only 48000 Hz is accepted" 96.wav o.wav
 refused 1 "cut.flac: " cut.flac o.wav
 refused 1 "17.wav: there are 17 channels; 1 to 16 are accepted" 17.wav o.wav
 refused 1 ".: Is a directory" . o.wav
-refused 1 ".: Is a directory" 1.wav .
 refused 1 "no/o.wav: No such file" 1.wav no/o.wav
 refused 1 "link.wav: output and input are the same file" 1.wav link.wav
 refused 1 "dangling.wav: a symbolic link that leads nowhere" 1.wav dangling.wav

