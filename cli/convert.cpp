@@ -21,6 +21,7 @@ constexpr int kRatio = 3;
 constexpr int kOutRate = Recording::kRate / kRatio;
 constexpr int kBlock = 960;
 constexpr int kOutBlock = kBlock / kRatio;
+constexpr unsigned kDecimate1_3 = 2; // ratio code
 
 using Handle = std::unique_ptr<resample_handle, void (*)(resample_handle*)>;
 
@@ -51,7 +52,7 @@ public:
         std::array<float, kBlock> samples;
         for (Context& context : contexts_) {
             std::copy_n(planar, kBlock, samples.begin());
-            RSMPL_Down(context.data(), samples.data(), samples.data(), kBlock, 2);
+            RSMPL_Down(context.data(), samples.data(), samples.data(), kBlock, kDecimate1_3);
             std::for_each_n(samples.begin(), kept, [this](float value) { count(value); });
             planar += kBlock;
         }
@@ -137,7 +138,8 @@ Conversion convert(const std::string& in, const std::string& out)
     while (frames == kBlock && (frames = recording.read(interleaved.data(), kBlock)) > 0) {
         const int kept = (frames + kRatio - 1) / kRatio;
         to_planar(interleaved, planar, frames);
-        resample_process(handle.get(), planar.data(), filtered.data(), block);
+        if (resample_process(handle.get(), planar.data(), filtered.data(), block) != 0)
+            throw FileError(in, EINVAL);
         watch.watch(planar.data(), kept);
         to_interleaved(filtered, interleaved);
         output.write(interleaved.data(), kept);

@@ -17,19 +17,8 @@ namespace
 
 #ifdef RSMPL_HAVE_AVX2
 constexpr const Kernels* kLevels[] = {&baseline::kernels, &avx2::kernels};
-
-int count_levels()
-{
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") ? 2 : 1;
-}
 #else
 constexpr const Kernels* kLevels[] = {&baseline::kernels};
-
-int count_levels()
-{
-    return 1;
-}
 #endif
 
 // Valid from the start: a host's own constructors may convert before ours has run.
@@ -49,7 +38,12 @@ const Kernels& active_kernels()
 
 int available_levels()
 {
-    return count_levels();
+#ifdef RSMPL_HAVE_AVX2
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") ? 2 : 1;
+#else
+    return 1;
+#endif
 }
 
 void force_level(int level)
