@@ -13,7 +13,7 @@ function(rsmpl_objects name)
         VISIBILITY_INLINES_HIDDEN ON)
 endfunction()
 
-# The kernels, once per instruction level: LEVEL names the namespace of that copy.
+# The kernels, once per instruction level: RSMPL_LEVEL names the namespace of that copy.
 # The slp vectoriser would make the recursive filter two to three times slower.
 function(rsmpl_kernel_level level)
     rsmpl_objects(rsmpl_kernels_${level} kernels/Resample_Kernels.cpp)

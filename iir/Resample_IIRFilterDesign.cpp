@@ -5,6 +5,7 @@
 // that both sides are relaxed atomic accesses: plain moves on the processor, and no data race.
 #include "iir/Resample_IIRFilterDesign.h"
 
+#include "iir/Resample_Context_internal.h"
 #include "kernels/Resample_Kernels_internal.h"
 
 #include <algorithm>
@@ -28,7 +29,6 @@ using rsmpl::StageKernel;
 
 using Table = float[kTableSize];
 
-constexpr int kContextWords = 9;
 constexpr int kStagedInputs = 960;
 
 // Elliptic lowpass designs, 0.5 dB and 60 dB, edge at 0.875 of the Nyquist frequency that is
@@ -76,7 +76,7 @@ void store_relaxed(float& to, float value)
 
 float* initialise(float* ctx, Table& table, const Table& design)
 {
-    std::fill_n(ctx, kContextWords, 0.0F);
+    rsmpl::clear_context(ctx);
     for (int i = 0; i < kTableSize; ++i)
         store_relaxed(table[i], design[i]);
     return ctx;

@@ -1,8 +1,8 @@
 #include "iir/Resample_Rsmpl_IIR_api.h"
 
+#include "iir/Resample_Context_internal.h"
 #include "iir/Resample_IIRFilterDesign.h"
 
-#include <algorithm>
 #include <cstdint>
 
 namespace
@@ -13,7 +13,6 @@ enum Status : unsigned { kSuccess = 0, kNullContext = 1, kUnknownCode = 2, kBadL
 using Initialiser = float*(float* ctx);
 using Stage = void(const float* in, float* out, float* ctx, int len);
 
-constexpr int kContextWords = 9;
 constexpr unsigned kCodes = 5;
 
 struct DownRule {
@@ -49,7 +48,7 @@ constexpr Initialiser* kInitialisers[] = {
 
 unsigned RSMPL_GetContextSize()
 {
-    return kContextWords * sizeof(std::uint32_t);
+    return rsmpl::kContextWords * sizeof(std::uint32_t);
 }
 
 unsigned RSMPL_InitContext(void* ctx)
@@ -92,6 +91,6 @@ unsigned RSMPL_Reset(void* ctx)
 {
     if (ctx == nullptr)
         return kNullContext;
-    std::fill_n(static_cast<float*>(ctx), kContextWords, 0.0F);
+    rsmpl::clear_context(static_cast<float*>(ctx));
     return kSuccess;
 }

@@ -49,11 +49,12 @@ TEST_P(StageTest, MatchesTheModelAtEveryLengthAndInPlace)
     int rounded_otherwise = 0;
     for (int len = 0; len <= 960; len += len < 50 ? 1 : 65) {
         const Floats in = noise(len);
-        const Floats out = run_anew(in);
+        stage_.init(ctx_)[0] = 7; // the reserved word
+        const Floats out = run(in);
+        EXPECT_EQ(ctx_[0], 7);
         const std::vector<double> expected = model_of(stage_, in);
         for (std::size_t i = 0; i < out.size(); ++i)
             rounded_otherwise += out[i] != static_cast<float>(expected[i]);
-        EXPECT_EQ(ctx_[0], 0) << "the reserved word";
         Floats shared = in;
         shared.resize(std::max(in.size(), out.size()));
         stage_.run(shared.data(), shared.data(), stage_.init(ctx_), len);
