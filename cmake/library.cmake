@@ -16,7 +16,11 @@ endfunction()
 # The kernels, once per instruction level: RSMPL_LEVEL names the namespace of that copy.
 # The slp vectoriser would make the recursive filter two to three times slower.
 function(rsmpl_kernel_level level)
-    rsmpl_objects(rsmpl_kernels_${level} kernels/Resample_Kernels.cpp)
+    rsmpl_objects(rsmpl_kernels_${level}
+        kernels/Resample_ConvertKernels.cpp
+        kernels/Resample_FftKernels.cpp
+        kernels/Resample_FirKernels.cpp
+        kernels/Resample_IirKernels.cpp)
     target_compile_definitions(rsmpl_kernels_${level} PRIVATE RSMPL_LEVEL=${level})
     target_compile_options(rsmpl_kernels_${level} PRIVATE -fno-tree-slp-vectorize ${ARGN})
 endfunction()

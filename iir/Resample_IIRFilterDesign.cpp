@@ -164,50 +164,50 @@ float* InitUpsample6_1(float* ctx)
 
 void Downsample1_2(const float* in, float* out, float* ctx, int len)
 {
-    decimate(active_kernels().downsample1_2, s_FiltCoeffs_2_1, 1, in, out, ctx, len);
+    decimate(active_kernels().iir.downsample1_2, s_FiltCoeffs_2_1, 1, in, out, ctx, len);
 }
 
 void Downsample2_3(const float* in, float* out, float* ctx, int len)
 {
-    decimate(active_kernels().downsample2_3, s_FiltCoeffs_3_2, 2, in, out, ctx, len);
+    decimate(active_kernels().iir.downsample2_3, s_FiltCoeffs_3_2, 2, in, out, ctx, len);
 }
 
 void Downsample1_3(const float* in, float* out, float* ctx, int len)
 {
-    decimate(active_kernels().downsample1_3, s_FiltCoeffs_3_1, 1, in, out, ctx, len);
+    decimate(active_kernels().iir.downsample1_3, s_FiltCoeffs_3_1, 1, in, out, ctx, len);
 }
 
 void Downsample1_4(const float* in, float* out, float* ctx, int len)
 {
-    decimate(active_kernels().downsample1_4, s_FiltCoeffs_4_1, 1, in, out, ctx, len);
+    decimate(active_kernels().iir.downsample1_4, s_FiltCoeffs_4_1, 1, in, out, ctx, len);
 }
 
 void Downsample1_6(const float* in, float* out, float* ctx, int len)
 {
-    decimate(active_kernels().downsample1_6, s_FiltCoeffs_6_1, 1, in, out, ctx, len);
+    decimate(active_kernels().iir.downsample1_6, s_FiltCoeffs_6_1, 1, in, out, ctx, len);
 }
 
 void Upsample2_1(const float* in, float* out, float* ctx, int len)
 {
-    interpolate(active_kernels().upsample2_1, s_FiltCoeffs_2_1, 2, 1, in, out, ctx, len);
+    interpolate(active_kernels().iir.upsample2_1, s_FiltCoeffs_2_1, 2, 1, in, out, ctx, len);
 }
 
 void Upsample3_2(const float* in, float* out, float* ctx, int len)
 {
-    interpolate(active_kernels().upsample3_2, s_FiltCoeffs_3_2, 3, 2, in, out, ctx, len);
+    interpolate(active_kernels().iir.upsample3_2, s_FiltCoeffs_3_2, 3, 2, in, out, ctx, len);
 }
 
 void Upsample3_1(const float* in, float* out, float* ctx, int len)
 {
-    interpolate(active_kernels().upsample3_1, s_FiltCoeffs_3_1, 3, 1, in, out, ctx, len);
+    interpolate(active_kernels().iir.upsample3_1, s_FiltCoeffs_3_1, 3, 1, in, out, ctx, len);
 }
 
 void Upsample4_1(const float* in, float* out, float* ctx, int len)
 {
-    interpolate(active_kernels().upsample4_1, s_FiltCoeffs_4_1, 4, 1, in, out, ctx, len);
+    interpolate(active_kernels().iir.upsample4_1, s_FiltCoeffs_4_1, 4, 1, in, out, ctx, len);
 }
 
 void Upsample6_1(const float* in, float* out, float* ctx, int len)
 {
-    interpolate(active_kernels().upsample6_1, s_FiltCoeffs_6_1, 6, 1, in, out, ctx, len);
+    interpolate(active_kernels().iir.upsample6_1, s_FiltCoeffs_6_1, 6, 1, in, out, ctx, len);
 }

@@ -5,24 +5,32 @@ namespace rsmpl
 
 namespace baseline
 {
-extern const Kernels kernels;
-}
+extern const IirKernels iir;
+extern const FirKernels fir;
+extern const ConvertKernels convert;
+extern const FftKernels fft;
+} // namespace baseline
+
 namespace avx2
 {
-extern const Kernels kernels;
-}
+extern const IirKernels iir;
+extern const FirKernels fir;
+extern const ConvertKernels convert;
+extern const FftKernels fft;
+} // namespace avx2
 
 namespace
 {
 
+constexpr Kernels kLevels[] = {
+    {"baseline", baseline::iir, baseline::fir, baseline::convert, baseline::fft},
 #ifdef RSMPL_HAVE_AVX2
-constexpr const Kernels* kLevels[] = {&baseline::kernels, &avx2::kernels};
-#else
-constexpr const Kernels* kLevels[] = {&baseline::kernels};
+    {"avx2", avx2::iir, avx2::fir, avx2::convert, avx2::fft},
 #endif
+};
 
 // Valid from the start: a host's own constructors may convert before ours has run.
-const Kernels* active = kLevels[0];
+const Kernels* active = kLevels;
 
 [[gnu::constructor]] void choose_level()
 {
@@ -48,7 +56,7 @@ int available_levels()
 
 void force_level(int level)
 {
-    active = kLevels[level];
+    active = kLevels + level;
 }
 
 } // namespace rsmpl

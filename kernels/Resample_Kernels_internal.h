@@ -1,10 +1,20 @@
 /* Resample_Kernels_internal.h - the inner loops, compiled once per instruction level.
  *
- * Kernel sources are compiled once for each level of the processor family; the level is
- * chosen once, when the library is loaded.  All levels with fused multiply-add give the
- * same bits; the x86-64 baseline has none and may differ in the last bit of a double. */
+ * Each family of kernels is one source, compiled once for each level of the processor family
+ * into the namespace named by RSMPL_LEVEL; the level is chosen once, when the library is
+ * loaded.  Nothing in such a source but its table may have external linkage: a function shared
+ * with the rest of the library could be linked in the version of a level that the processor
+ * does not have.
+ *
+ * All levels give the same bits, with one exception: the IIR stages of the x86-64 baseline,
+ * which has no fused multiply-add, may differ in the last bit of a double.
+ *
+ * All kernels are [rt]: they neither allocate, lock, print nor touch files. */
 #ifndef RSMPL_RESAMPLE_KERNELS_INTERNAL_H
 #define RSMPL_RESAMPLE_KERNELS_INTERNAL_H
+
+#include <cstddef>
+#include <cstdint>
 
 namespace rsmpl
 {
@@ -32,8 +42,7 @@ struct Cascade {
 using StageKernel = void(const Cascade& cascade, const float* in, float* out, float* memory,
                          int len);
 
-struct Kernels {
-    const char* level;
+struct IirKernels {
     StageKernel* downsample1_2;
     StageKernel* downsample2_3;
     StageKernel* downsample1_3;
@@ -44,6 +53,41 @@ struct Kernels {
     StageKernel* upsample3_1;
     StageKernel* upsample4_1;
     StageKernel* upsample6_1;
+};
+
+struct FirKernels {
+    // sum + taps[0] * newest[0] + taps[1] * newest[-1] + ... over `count` taps, in that order,
+    // each multiply-add rounded once.
+    float (*convolve)(const float* taps, const float* newest, std::size_t count, float sum);
+};
+
+// All over n samples; source and destination do not overlap.
+struct ConvertKernels {
+    void (*short_to_float)(float* dst, const short* src, int n, float scale);
+    void (*float_to_short_truncating)(short* dst, const float* src, int n, float scale);
+    void (*float_to_short_rounding)(short* dst, const float* src, int n, float scale);
+    void (*wide_to_short_truncating)(short* dst, const long* src, int n);
+    void (*wide_to_short_rounding)(short* dst, const long* src, int n);
+    void (*short_to_wide)(long* dst, const short* src, int n);
+};
+
+// Passes of a radix-2 Stockham transform of n points over complex values, re and im
+// interleaved.  s is the stage's span: 1 in the first stage, doubled from stage to stage.
+// twiddle[k] = e^(-2 pi i k / n).  src and dst do not overlap.
+using FftPass = void(const float* src, float* dst, const float* twiddle, std::size_t n,
+                     std::size_t s);
+
+struct FftKernels {
+    FftPass* one_stage;
+    FftPass* two_stages; // spans s and 2 s, the same bits as two passes of one stage
+};
+
+struct Kernels {
+    const char* level;
+    const IirKernels& iir;
+    const FirKernels& fir;
+    const ConvertKernels& convert;
+    const FftKernels& fft;
 };
 
 // The level in use.

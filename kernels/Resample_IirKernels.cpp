@@ -1,18 +1,10 @@
-// Compiled once per level, into the namespace named by RSMPL_LEVEL.  Nothing here but the
-// table of kernels may have external linkage: a function shared with the rest of the library
-// could be linked in the version of a level that the processor does not have.
 #include "kernels/Resample_Kernels_internal.h"
 
 #include <cmath>
 #include <utility>
 
-#define RSMPL_STRING_OF(name) #name
-#define RSMPL_STRING(name) RSMPL_STRING_OF(name)
-
 namespace rsmpl::RSMPL_LEVEL
 {
-
-extern const Kernels kernels;
 
 namespace
 {
@@ -148,10 +140,10 @@ void run_stage(const Cascade& cascade, const float* in, float* out, float* memor
 
 } // namespace
 
-const Kernels kernels = {
-    RSMPL_STRING(RSMPL_LEVEL), run_stage<1, 2>, run_stage<2, 3>, run_stage<1, 3>,
-    run_stage<1, 4>,           run_stage<1, 6>, run_stage<2, 1>, run_stage<3, 2>,
-    run_stage<3, 1>,           run_stage<4, 1>, run_stage<6, 1>,
+extern const IirKernels iir;
+const IirKernels iir = {
+    run_stage<1, 2>, run_stage<2, 3>, run_stage<1, 3>, run_stage<1, 4>, run_stage<1, 6>,
+    run_stage<2, 1>, run_stage<3, 2>, run_stage<3, 1>, run_stage<4, 1>, run_stage<6, 1>,
 };
 
 } // namespace rsmpl::RSMPL_LEVEL
