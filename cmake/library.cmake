@@ -1,7 +1,8 @@
 set(RSMPL_HEADERS
     api/resample_api.h
     iir/Resample_IIRFilterDesign.h
-    iir/Resample_Rsmpl_IIR_api.h)
+    iir/Resample_Rsmpl_IIR_api.h
+    spectral/Resample_Complex.h)
 
 function(rsmpl_objects name)
     add_library(${name} OBJECT ${ARGN})
@@ -29,7 +30,8 @@ rsmpl_objects(rsmpl_base
     api/resample_api.cpp
     iir/Resample_IIRFilterDesign.cpp
     iir/Resample_Rsmpl_IIR_api.cpp
-    kernels/Resample_KernelChoice.cpp)
+    kernels/Resample_KernelChoice.cpp
+    spectral/Resample_Complex.cpp)
 rsmpl_kernel_level(baseline)
 set(rsmpl_sources $<TARGET_OBJECTS:rsmpl_base> $<TARGET_OBJECTS:rsmpl_kernels_baseline>)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
