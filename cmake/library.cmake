@@ -1,5 +1,6 @@
 set(RSMPL_HEADERS
     api/resample_api.h
+    design/Resample_WinFunc.h
     iir/Resample_IIRFilterDesign.h
     iir/Resample_Rsmpl_IIR_api.h
     spectral/Resample_Complex.h)
@@ -28,6 +29,7 @@ endfunction()
 
 rsmpl_objects(rsmpl_base
     api/resample_api.cpp
+    design/Resample_WinFunc.cpp
     iir/Resample_IIRFilterDesign.cpp
     iir/Resample_Rsmpl_IIR_api.cpp
     kernels/Resample_KernelChoice.cpp
