@@ -1,5 +1,6 @@
 set(RSMPL_HEADERS
     api/resample_api.h
+    convert/Resample_DatTypeConvert.h
     design/Resample_WinFunc.h
     iir/Resample_IIRFilterDesign.h
     iir/Resample_Rsmpl_IIR_api.h
@@ -29,6 +30,7 @@ endfunction()
 
 rsmpl_objects(rsmpl_base
     api/resample_api.cpp
+    convert/Resample_DatTypeConvert.cpp
     design/Resample_WinFunc.cpp
     iir/Resample_IIRFilterDesign.cpp
     iir/Resample_Rsmpl_IIR_api.cpp
