@@ -2,6 +2,7 @@ set(RSMPL_HEADERS
     api/resample_api.h
     convert/Resample_DatTypeConvert.h
     design/Resample_WinFunc.h
+    fir/Resample_FIRFiltering.h
     fir/Resample_iMalloc.h
     iir/Resample_IIRFilterDesign.h
     iir/Resample_Rsmpl_IIR_api.h
@@ -33,6 +34,7 @@ rsmpl_objects(rsmpl_base
     api/resample_api.cpp
     convert/Resample_DatTypeConvert.cpp
     design/Resample_WinFunc.cpp
+    fir/Resample_FIRFiltering.cpp
     fir/Resample_iMalloc.cpp
     iir/Resample_IIRFilterDesign.cpp
     iir/Resample_Rsmpl_IIR_api.cpp
