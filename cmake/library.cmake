@@ -6,6 +6,7 @@ set(RSMPL_HEADERS
     fir/Resample_iMalloc.h
     iir/Resample_IIRFilterDesign.h
     iir/Resample_Rsmpl_IIR_api.h
+    spectral/Resample_CFFT.h
     spectral/Resample_Complex.h)
 
 function(rsmpl_objects name)
@@ -39,6 +40,7 @@ rsmpl_objects(rsmpl_base
     iir/Resample_IIRFilterDesign.cpp
     iir/Resample_Rsmpl_IIR_api.cpp
     kernels/Resample_KernelChoice.cpp
+    spectral/Resample_CFFT.cpp
     spectral/Resample_Complex.cpp)
 rsmpl_kernel_level(baseline)
 set(rsmpl_sources $<TARGET_OBJECTS:rsmpl_base> $<TARGET_OBJECTS:rsmpl_kernels_baseline>)
