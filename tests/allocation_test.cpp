@@ -1,5 +1,8 @@
 // Replaces the heap of this program to make allocations fail and to count what is left.
 #include "api/resample_api.h"
+#include "fir/Resample_FIRFiltering.h"
+#include "fir/Resample_iMalloc.h"
+#include "spectral/Resample_CFFT.h"
 
 #include <cstddef>
 #include <gtest/gtest.h>
@@ -36,27 +39,73 @@ extern "C" void free(void* memory)
     __libc_free(memory);
 }
 
-// Opens, with the n-th allocation failing, and closes.  False when opening failed.
-static bool open_and_close(int channels, int in_rate, int n)
+// Fails the first allocation of attempt(), then the second, and so on until it returns true.
+// Nothing is left behind, ever.  Returns how many allocations it makes.
+template <typename Attempt>
+static int allocations_of(Attempt attempt)
 {
-    until_failure = n;
-    live = 0;
-    watching = true;
+    for (int n = 1;; ++n) {
+        until_failure = n;
+        live = 0;
+        watching = true;
+        const bool done = attempt();
+        watching = false;
+        EXPECT_EQ(live, 0) << "allocation " << n;
+        if (done)
+            return n - 1;
+    }
+}
+
+static bool open_and_close(int channels, int in_rate)
+{
     resample_handle* handle = resample_init(channels, in_rate, 16000, 960);
     resample_exit(handle);
-    watching = false;
     return handle != nullptr;
 }
 
 TEST(Allocation, FailureAnywhereInInitReleasesEverything)
 {
-    for (const int channels : {0, 1, 16}) {
-        // A record and two tables, three blocks per channel.
-        for (int n = 1; n <= 4 + 3 * channels; ++n) {
-            EXPECT_EQ(open_and_close(channels, 48000, n), n == 4 + 3 * channels) << n;
-            EXPECT_EQ(live, 0) << channels << " channels, allocation " << n;
-        }
-    }
-    EXPECT_FALSE(open_and_close(1, 44100, 0));
+    for (const int channels : {0, 1, 16}) // a record and two tables, three blocks per channel
+        EXPECT_EQ(allocations_of([=] { return open_and_close(channels, 48000); }),
+                  3 + 3 * channels);
+    until_failure = live = 0;
+    watching = true;
+    EXPECT_FALSE(open_and_close(1, 44100));
+    watching = false;
     EXPECT_EQ(live, 1) << "a refused rate keeps its record";
+}
+
+TEST(Allocation, FailureAnywhereInABuildingBlockIsToldAndCanBeReleased)
+{
+    EXPECT_EQ(allocations_of([] {
+                  short*** p;
+                  const bool done = iCalloc(p, 3, 2, 5);
+                  EXPECT_EQ(p != nullptr, done);
+                  iFree(p, 3, 2);
+                  return done;
+              }),
+              1 + 3 * 2);
+    const float taps[] = {1, 2, 3};
+    EXPECT_EQ(allocations_of([&] {
+                  FIRState* state;
+                  const int done = FIRInitAlloc(&state, taps, 3, taps);
+                  FIRFree(state);
+                  return done == 1;
+              }),
+              3);
+    EXPECT_EQ(allocations_of([&] {
+                  FIRMRState* state;
+                  const int done = FIRMRInitAlloc(&state, taps, 3, 1, 3);
+                  FIRMRFree(state);
+                  return done == 1;
+              }),
+              3);
+    EXPECT_EQ(allocations_of([] {
+                  CFFT fft;
+                  const int done = fft.FFTInitAlloc(3);
+                  EXPECT_EQ(fft.pOutBuf != nullptr, done == 1);
+                  fft.FFTFree();
+                  return done == 1;
+              }),
+              4);
 }
