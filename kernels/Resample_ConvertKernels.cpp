@@ -1,4 +1,5 @@
 #include "kernels/Resample_Kernels_internal.h"
+#include "kernels/Resample_Vector_internal.h"
 
 namespace rsmpl::RSMPL_LEVEL
 {
@@ -6,10 +7,17 @@ namespace rsmpl::RSMPL_LEVEL
 namespace
 {
 
-// The steps are selections, not branches, so that the loops over them vectorise.
-
 // In mode 1 halves go away from zero: y + 0.5 in float is the same float as the sum in double
-// that is narrowed, for every y.
+// that is narrowed, for every y.  Negative zero may have either offset: it becomes 0.
+template <bool Rounding>
+[[gnu::always_inline]] inline Floats offset(Floats y)
+{
+    if constexpr (Rounding)
+        return y + (y >= 0 ? Floats{} + 0.5F : Floats{} - 0.5F);
+    else
+        return y;
+}
+
 template <bool Rounding>
 [[gnu::always_inline]] inline short to_short(float y)
 {
@@ -24,10 +32,9 @@ template <bool Rounding>
 template <bool Rounding>
 [[gnu::always_inline]] inline short to_short(long x)
 {
-    constexpr unsigned long kHalf = 0x8000;
     auto sum = static_cast<unsigned long>(x);
     if constexpr (Rounding)
-        sum += x >= 0 ? kHalf : -kHalf;
+        sum += x >= 0 ? 0x8000UL : -0x8000UL;
     const long whole = static_cast<long>(sum) >> 16;
     const long below = whole < 32767 ? whole : 32767;
     return static_cast<short>(below > -32768 ? below : -32768);
@@ -42,7 +49,11 @@ void short_to_float(float* dst, const short* src, int n, float scale)
 template <bool Rounding>
 void float_to_short(short* dst, const float* src, int n, float scale)
 {
-    for (int i = 0; i < n; ++i)
+    int i = 0;
+    for (; i <= n - kShorts; i += kShorts)
+        store(dst + i, to_shorts(offset<Rounding>(load<Floats>(src + i) * scale),
+                                 offset<Rounding>(load<Floats>(src + i + kFloats) * scale)));
+    for (; i < n; ++i)
         dst[i] = to_short<Rounding>(src[i] * scale);
 }
 
@@ -56,7 +67,7 @@ void wide_to_short(short* dst, const long* src, int n)
 void short_to_wide(long* dst, const short* src, int n)
 {
     for (int i = 0; i < n; ++i)
-        dst[i] = src[i] * 65536L;
+        dst[i] = src[i] * 65536; // fits an int, which vectorises better
 }
 
 } // namespace

@@ -14,7 +14,7 @@ class Arrays : public testing::Test
 {
 };
 using ElementTypes = testing::Types<float, int, short, bool, DCOMPLEX>;
-TYPED_TEST_SUITE(Arrays, ElementTypes);
+TYPED_TEST_SUITE(Arrays, ElementTypes, );
 
 template <typename T>
 void expect_zeroed(T* start, unsigned long count)
