@@ -1,39 +1,22 @@
-// Times one block of 960 samples through the stages and the public calls, interleaved in one
-// process, and prints minima and the ratios between them.  See ./bench/run.
+// One block of 960 samples through the stages and the public calls.
 #include "api/resample_api.h"
+#include "bench/bench.h"
 #include "bench/naive_stage.h"
 #include "iir/Resample_IIRFilterDesign.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
 #include "kernels/Resample_Kernels_internal.h"
 
-#include <algorithm>
-#include <benchmark/benchmark.h>
 #include <cstdio>
-#include <map>
-#include <random>
-#include <string>
-#include <vector>
 
 namespace
 {
 
 using benchmark::State;
 
-constexpr int kBlock = 960;
 const char* const kPublicCall = "resample_process";
 const char* const kNaiveVectorised = "naive 1:3";
 const char* const kNaiveScalar = "naive 1:3 scalar";
 const char* const kCopyLoop = "copy loop, int16 to int16";
-
-template <typename T>
-std::vector<T> noise(std::size_t count)
-{
-    std::mt19937 generator(1);
-    std::uniform_int_distribution<int> sample(-8000, 8000);
-    std::vector<T> values(count);
-    std::generate(values.begin(), values.end(), [&] { return static_cast<T>(sample(generator)); });
-    return values;
-}
 
 using Stage = void(const float* in, float* out, float* ctx, int len);
 
@@ -93,11 +76,6 @@ void time_copy(State& state)
     }
 }
 
-std::string label(const std::string& what, int level)
-{
-    return what + ", level " + std::to_string(level);
-}
-
 struct NaiveForms {
     NaiveStage* vectorised;
     NaiveStage* scalar;
@@ -119,8 +97,12 @@ void register_naive(const char* name, int level, NaiveStage* naive)
     });
 }
 
-void register_level(int level)
+} // namespace
+
+void register_stages(int level)
 {
+    if (level == 0)
+        benchmark::RegisterBenchmark(kCopyLoop, time_copy);
     register_naive(kNaiveVectorised, level, kNaive[level].vectorised);
     register_naive(kNaiveScalar, level, kNaive[level].scalar);
     for (const NamedStage& stage : kStages)
@@ -133,33 +115,8 @@ void register_level(int level)
     benchmark::RegisterBenchmark(label(kPublicCall, level).c_str(), time_public_call, level);
 }
 
-// Keeps the fastest repetition of each benchmark.
-class Minima : public benchmark::ConsoleReporter
+void print_stages(const Minima& minima, int level)
 {
-public:
-    bool ReportContext(const Context&) override { return true; }
-
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        for (const Run& run : runs) {
-            if (run.run_type != Run::RT_Iteration)
-                continue;
-            const double ns = run.GetAdjustedCPUTime();
-            const auto found = ns_.emplace(run.run_name.function_name, ns).first;
-            found->second = std::min(found->second, ns);
-        }
-    }
-
-    double ns(const std::string& name) const { return ns_.at(name); }
-
-private:
-    std::map<std::string, double> ns_;
-};
-
-void print_level(const Minima& minima, int level)
-{
-    rsmpl::force_level(level);
-    std::printf("\nlevel %s\n", rsmpl::active_kernels().level);
     for (const char* naive : {kNaiveVectorised, kNaiveScalar}) {
         const double ns = minima.ns(label(naive, level));
         std::printf(
@@ -177,21 +134,4 @@ void print_level(const Minima& minima, int level)
     std::printf("  %-18s %8.0f ns   %5.2f ns per input sample\n", kPublicCall, call, call / kBlock);
     std::printf("  %s takes %.0f times as long as a plain copy loop (%.0f ns)\n", kPublicCall,
                 call / copy, copy);
-}
-
-} // namespace
-
-int main(int argc, char** argv)
-{
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 2;
-    benchmark::RegisterBenchmark(kCopyLoop, time_copy);
-    for (int level = 0; level < rsmpl::available_levels(); ++level)
-        register_level(level);
-    Minima minima;
-    benchmark::RunSpecifiedBenchmarks(&minima);
-    for (int level = 0; level < rsmpl::available_levels(); ++level)
-        print_level(minima, level);
-    return 0;
 }
