@@ -75,37 +75,23 @@ TEST(Allocation, FailureAnywhereInInitReleasesEverything)
     EXPECT_EQ(live, 1) << "a refused rate keeps its record";
 }
 
+static bool use_every_building_block()
+{
+    const float taps[] = {1, 2, 3};
+    short*** array = nullptr;
+    FIRState* one = nullptr;
+    FIRMRState* several = nullptr;
+    CFFT fft;
+    const bool done = iCalloc(array, 3, 2, 5) && FIRInitAlloc(&one, taps, 3, taps) == 1 &&
+                      FIRMRInitAlloc(&several, taps, 3, 1, 3) == 1 && fft.FFTInitAlloc(3) == 1;
+    iFree(array, 3, 2);
+    FIRFree(one);
+    FIRMRFree(several);
+    fft.FFTFree();
+    return done;
+}
+
 TEST(Allocation, FailureAnywhereInABuildingBlockIsToldAndCanBeReleased)
 {
-    EXPECT_EQ(allocations_of([] {
-                  short*** p;
-                  const bool done = iCalloc(p, 3, 2, 5);
-                  EXPECT_EQ(p != nullptr, done);
-                  iFree(p, 3, 2);
-                  return done;
-              }),
-              1 + 3 * 2);
-    const float taps[] = {1, 2, 3};
-    EXPECT_EQ(allocations_of([&] {
-                  FIRState* state;
-                  const int done = FIRInitAlloc(&state, taps, 3, taps);
-                  FIRFree(state);
-                  return done == 1;
-              }),
-              3);
-    EXPECT_EQ(allocations_of([&] {
-                  FIRMRState* state;
-                  const int done = FIRMRInitAlloc(&state, taps, 3, 1, 3);
-                  FIRMRFree(state);
-                  return done == 1;
-              }),
-              3);
-    EXPECT_EQ(allocations_of([] {
-                  CFFT fft;
-                  const int done = fft.FFTInitAlloc(3);
-                  EXPECT_EQ(fft.pOutBuf != nullptr, done == 1);
-                  fft.FFTFree();
-                  return done == 1;
-              }),
-              4);
+    EXPECT_EQ(allocations_of(use_every_building_block), (1 + 3 * 2) + 3 + 3 + 4);
 }

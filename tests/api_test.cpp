@@ -1,7 +1,7 @@
 #include "api/resample_api.h"
 #include "convert/Resample_Truncate_internal.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
-#include "tests/stages.h"
+#include "tests/common.h"
 
 #include <cmath>
 #include <cstdint>
@@ -156,13 +156,16 @@ TEST(PublicCalls, HandleHoldsItsFieldsInOrder)
 TEST(Truncate, GoesTowardZeroAndSaturates)
 {
     // 2147483520 is the last float in range, -2147483904 the first out of it.
-    const float from[] = {-0.999F, -1.5F, 40000.7F, 2147483520.0F, 2147483648.0F};
-    const int to[] = {0, -1, 40000, 2147483520, INT_MAX};
-    for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(rsmpl::truncate_saturating(from[i]), to[i]) << from[i];
-    for (const float below : {-2147483904.0F, -INFINITY})
-        EXPECT_EQ(rsmpl::truncate_saturating(below), INT_MIN);
-    EXPECT_EQ(rsmpl::truncate_saturating(NAN), 0);
+    const std::pair<float, int> cases[] = {{-0.999F, 0},
+                                           {-1.5F, -1},
+                                           {40000.7F, 40000},
+                                           {2147483520.0F, 2147483520},
+                                           {NAN, 0},
+                                           {2147483648.0F, INT_MAX},
+                                           {-2147483904.0F, INT_MIN},
+                                           {-INFINITY, INT_MIN}};
+    for (const auto& [from, to] : cases)
+        EXPECT_EQ(rsmpl::truncate_saturating(from), to) << from;
 }
 
 // Opening a handle rewrites the tables that others filter with; a thread sanitizer watches.

@@ -1,10 +1,10 @@
 #include "fir/Resample_iMalloc.h"
 #include "spectral/Resample_Complex.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <new>
+#include <utility>
 
 namespace
 {
@@ -21,8 +21,8 @@ void expect_zeroed(T* start, unsigned long count)
 {
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(start) % 64, 0);
     auto* bytes = reinterpret_cast<char*>(start);
-    EXPECT_EQ(std::count(bytes, bytes + count * sizeof(T), 0), count * sizeof(T));
-    std::fill_n(bytes, count * sizeof(T), 'x'); // all of it is ours
+    for (unsigned long i = 0; i < count * sizeof(T); ++i)
+        EXPECT_EQ(std::exchange(bytes[i], 'x'), 0); // all of it is ours
 }
 
 TYPED_TEST(Arrays, AreZeroedAlignedAndReleased)

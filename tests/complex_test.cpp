@@ -1,41 +1,36 @@
 #include "spectral/Resample_Complex.h"
-#include "tests/bits.h"
+#include "tests/common.h"
 
 #include <complex>
 #include <gtest/gtest.h>
-#include <limits>
-#include <random>
 
 namespace
 {
 
 using Exact = std::complex<double>;
 
-// A few roundings of relative size 2^-24 each.
-void expect_near(DCOMPLEX z, Exact expected, double size)
-{
-    EXPECT_LE(std::abs(Exact(z.re, z.im) - expected), size * 3e-7) << z.re << " " << z.im;
-}
-
 TEST(Complex, AgreesWithDoublePrecision)
 {
     std::mt19937 generator(1);
     std::uniform_real_distribution<float> part(-100, 100);
+    const auto expect_near = [](DCOMPLEX z, Exact exact, double size = 0) { // a few roundings
+        EXPECT_LE(std::abs(Exact(z.re, z.im) - exact), std::max(size, std::abs(exact)) * 3e-7);
+    };
     for (int i = 0; i < 1000; ++i) {
         const DCOMPLEX a = Complex(part(generator), part(generator)),
                        b = Complex(part(generator), part(generator));
         const Exact x(a.re, a.im), y(b.re, b.im);
-        const double larger = std::abs(x) + std::abs(y), product = std::abs(x * y);
-        expect_near(Cadd(a, b), x + y, larger);
-        expect_near(Csub(a, b), x - y, larger);
-        expect_near(Cmul(a, b), x * y, product);
-        expect_near(RCmul(b.re, a), x * y.real(), product);
-        expect_near(Cdiv(a, b), x / y, std::abs(x / y));
-        expect_near(Cdiv2(a, b), x / y, std::abs(x / y));
-        expect_near(Cdivr(a, b.re), x / y.real(), std::abs(x / y.real()));
-        expect_near(Csqrt(a), std::sqrt(x), std::sqrt(std::abs(x)));
-        expect_near(Conjg(a), std::conj(x), 0);
-        expect_near({Cabs(a), Cabs2(a) / 100}, {std::abs(x), std::norm(x) / 100}, std::abs(x));
+        expect_near(Cadd(a, b), x + y, 200);
+        expect_near(Csub(a, b), x - y, 200);
+        expect_near(Cmul(a, b), x * y);
+        expect_near(RCmul(b.re, a), x * y.real());
+        expect_near(Cdiv(a, b), x / y);
+        expect_near(Cdiv2(a, b), x / y);
+        expect_near(Cdivr(a, b.re), x / y.real());
+        expect_near(Csqrt(a), std::sqrt(x));
+        expect_near(Conjg(a), std::conj(x));
+        expect_near({Cabs(a), 0}, std::abs(x));
+        expect_near({Cabs2(a), 0}, std::norm(x));
     }
 }
 
@@ -44,25 +39,20 @@ TEST(Complex, AgreesWithDoublePrecision)
 TEST(Complex, RoundsWhereItShould)
 {
     EXPECT_EQ(Cdiv({1, 1}, {2, 5}), Complex(0x1.ee5844p-3F, -0x1.a7b96p-4F));
-    EXPECT_EQ(Cdiv({1, 1}, {5, 2}), Complex(0x1.ee5844p-3F, 0x1.a7b96p-4F));
     EXPECT_EQ(Cdiv2({1, 2}, {4, 3}), Complex(0x1.999998p-2F, 0x1.999998p-3F));
     EXPECT_EQ(Csqrt({1, 7}), Complex(0x1.012272p+1F, 0x1.be05f6p+0F));
-    EXPECT_EQ(Csqrt({-1, -1}), Complex(0x1.d20314p-2F, -0x1.19435cp+0F));
     EXPECT_EQ(Cabs({0.125F, -2.125F}), 0x1.10785ep+1F);
-    EXPECT_EQ(Cabs({2.25F, 0.125F}), 0x1.2071bp+1F);
 }
 
 TEST(Complex, SpecialCases)
 {
-    const float huge = std::numeric_limits<float>::max() / 8, nan = std::nanf("");
+    const float huge = 0x1p125F, nan = std::nanf("");
     EXPECT_FLOAT_EQ(Cabs({huge, -huge}), huge * std::sqrt(2.0F));
     EXPECT_TRUE(std::isinf(Cabs2({huge, huge})));
     EXPECT_EQ(Cdiv({huge, huge}, {huge, huge}), Complex(1, 0));
     EXPECT_EQ(Cdiv2({huge, huge}, {huge, huge}), Complex(nan, nan));
     EXPECT_EQ(Cdiv({1, 1}, {0, 0}), Complex(nan, nan));
-    EXPECT_EQ(Cdiv({1, 1}, {nan, 1}), Complex(nan, nan));
-    EXPECT_EQ(Cabs({0, -3}), 3);
-    EXPECT_EQ(Cabs({-4, 0}), 4);
+    EXPECT_TRUE(Cabs({0, -3}) == 3 && Cabs({-4, 0}) == 4);
     EXPECT_EQ(Csqrt({-0.0F, -0.0F}), Complex(0, 0));
     EXPECT_EQ(Csqrt({-4, -0.0F}), Complex(-0.0F, 2));
     EXPECT_EQ(Csqrt({-4, -1e-30F}), Complex(1e-30F / 4, -2));

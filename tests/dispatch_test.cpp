@@ -1,5 +1,5 @@
 #include "iir/Resample_Rsmpl_IIR_api.h"
-#include "tests/stages.h"
+#include "tests/common.h"
 
 #include <gtest/gtest.h>
 

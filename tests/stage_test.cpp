@@ -1,5 +1,5 @@
 #include "kernels/Resample_Kernels_internal.h"
-#include "tests/stages.h"
+#include "tests/common.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

@@ -1,11 +1,15 @@
-// The ten stages for tests to walk, and an independent model of what they compute.
-#ifndef RSMPL_TESTS_STAGES_H
-#define RSMPL_TESTS_STAGES_H
+// What tests share: the ten stages to walk with an independent model of what they compute,
+// noise, comparison to the bit, guarded blocks.
+#ifndef RSMPL_TESTS_COMMON_H
+#define RSMPL_TESTS_COMMON_H
 
 #include "iir/Resample_IIRFilterDesign.h"
+#include "spectral/Resample_Complex.h"
 
 #include <algorithm>
 #include <climits>
+#include <cmath>
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -67,6 +71,17 @@ inline std::vector<float> noise(int len, unsigned seed = 1)
     std::vector<float> values(static_cast<std::size_t>(len));
     std::generate(values.begin(), values.end(), [&] { return sample(generator); });
     return values;
+}
+
+// Equal to the bit, except that all NaNs are alike.
+inline bool same(float a, float b)
+{
+    return std::memcmp(&a, &b, sizeof a) == 0 || (std::isnan(a) && std::isnan(b));
+}
+
+inline bool operator==(DCOMPLEX a, DCOMPLEX b)
+{
+    return same(a.re, b.re) && same(a.im, b.im);
 }
 
 // A block between guard values that no test's samples reach.
