@@ -139,8 +139,7 @@ TEST(Levels, AreAllThereAndTheBestIsInUse)
     levels += __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
 #endif
     ASSERT_EQ(rsmpl::available_levels(), levels);
-    const std::string in_use = rsmpl::active_kernels().level;
-    EXPECT_EQ(in_use, levels == 1 ? "baseline" : "avx2");
+    EXPECT_STREQ(rsmpl::active_kernels().level, levels == 1 ? "baseline" : "avx2");
     rsmpl::force_level(0);
     EXPECT_STREQ(rsmpl::active_kernels().level, "baseline");
 }
