@@ -126,6 +126,7 @@ void iFree(T***& p, unsigned long a, unsigned long b)
     p = nullptr;
 }
 
+// NOLINTBEGIN(bugprone-macro-parentheses): T is a type
 #define RSMPL_INSTANTIATE(T)                                                                       \
     template bool iCalloc(T*&, unsigned long);                                                     \
     template void iFree(T*&);                                                                      \
@@ -133,6 +134,7 @@ void iFree(T***& p, unsigned long a, unsigned long b)
     template void iFree(T**&, unsigned long);                                                      \
     template bool iCalloc(T***&, unsigned long, unsigned long, unsigned long);                     \
     template void iFree(T***&, unsigned long, unsigned long)
+// NOLINTEND(bugprone-macro-parentheses)
 
 RSMPL_INSTANTIATE(float);
 RSMPL_INSTANTIATE(int);

@@ -66,8 +66,10 @@ void wide_to_short(short* dst, const long* src, int n)
 
 void short_to_wide(long* dst, const short* src, int n)
 {
-    for (int i = 0; i < n; ++i)
-        dst[i] = src[i] * 65536; // fits an int, which vectorises better
+    for (int i = 0; i < n; ++i) {
+        const int wide = src[i] * 65536; // fits, and vectorises better than a long
+        dst[i] = wide;
+    }
 }
 
 } // namespace

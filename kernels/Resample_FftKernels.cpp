@@ -17,7 +17,7 @@ template <int Count>
 class Twiddle
 {
 public:
-    using Vector [[gnu::vector_size(Count * 2 * sizeof(float))]] = float;
+    using Vector [[gnu::vector_size(sizeof(float) * 2 * Count)]] = float;
 
     [[gnu::always_inline]] explicit Twiddle(const float* w) : Twiddle(w, Lanes()) {}
 

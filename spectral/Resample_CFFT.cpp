@@ -58,7 +58,6 @@ void forward_of_real(CFFT& fft, const float* in)
 } // namespace
 
 // The length is left unset: no transform makes sense before FFTInitAlloc.
-// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
 CFFT::CFFT()
     : pStagePair{nullptr, nullptr}, pScratch(nullptr), pTwiddle(nullptr), pInBuf(nullptr),
       pOutBuf(nullptr)
