@@ -7,7 +7,8 @@
  * two arrays do not overlap; any alignment will do.
  *
  *     sf     the factor is 2^-sf, in float: sf = -15 multiplies by 32768, 15 divides by it.
- *            Factors beyond the range of a float are infinity or 0.
+ *            Factors beyond the range of a float are infinity or 0, and 0 times infinity is
+ *            NaN.
  *     mode   1 rounds, halves away from zero; any other value truncates
  *
  * No state: safe in any thread.  All are [rt]: they neither allocate, lock, print nor touch

@@ -26,14 +26,13 @@ int main(void)
     size_t len;
     FIRState* filter = NULL;
     design(taps);
-    if (FIRInitAlloc(&filter, taps, TAPS, NULL) != 1)
-        return 1;
-    while ((len = fread(pcm, sizeof pcm[0], BLOCK, stdin)) > 0) {
+    const int ready = FIRInitAlloc(&filter, taps, TAPS, NULL);
+    while (ready && (len = fread(pcm, sizeof pcm[0], BLOCK, stdin)) > 0) {
         Convert_ShortToFloat(samples, pcm, (int)len);
         FIRFiltering(filter, samples, samples, len);
         Convert_FloatToShort(pcm, samples, (int)len, 1);
         fwrite(pcm, sizeof pcm[0], len, stdout);
     }
     FIRFree(filter);
-    return 0;
+    return !ready;
 }

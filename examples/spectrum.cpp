@@ -16,11 +16,10 @@ int main()
     float window[kLength], samples[kLength], mag[kBins], phase[kBins];
     float* power = nullptr;
     CFFT fft;
-    if (fft.FFTInitAlloc(kOrder) != 1 || !iCalloc(power, kBins))
-        return 1;
+    const bool ready = fft.FFTInitAlloc(kOrder) == 1 && iCalloc(power, kBins);
     WinHanning(window, kLength);
     int blocks = 0;
-    for (; std::fread(pcm, sizeof pcm, 1, stdin) == 1; ++blocks) {
+    for (; ready && std::fread(pcm, sizeof pcm, 1, stdin) == 1; ++blocks) {
         Convert_ShortToFloat_Sf(samples, pcm, kLength, kToFullScale);
         for (int n = 0; n < kLength; ++n)
             samples[n] *= window[n];
@@ -35,5 +34,5 @@ int main()
                     10 * std::log10(power[k] / full_scale + 1e-12));
     iFree(power);
     fft.FFTFree();
-    return 0;
+    return ready ? 0 : 1;
 }

@@ -6,10 +6,11 @@
  *     y[k] = taps[0] x[k] + taps[1] x[k - 1] + ... + taps[length - 1] x[k - length + 1]
  *
  * in single precision: the sum starts at +0, takes the taps in this order, and rounds each
- * multiply-add once.  It is the same bits everywhere; infinities and NaNs flow as IEEE
- * arithmetic has it.  A filter without taps gives 0.
+ * multiply-add once.  It is the same bits everywhere, all NaNs being alike; infinities and NaNs
+ * flow as IEEE arithmetic has it.  A filter without taps gives 0.
  *
- * Consecutive calls join without a seam: a stream may be cut into blocks anywhere.
+ * Consecutive calls join without a seam: a stream may be cut into blocks anywhere, or, at several
+ * rates, between any two frames.
  *
  * A record belongs to whoever created it and must not be used by two threads at once; distinct
  * ones are independent.  [rt]: neither allocates, locks, prints nor touches files. */
@@ -33,9 +34,9 @@ typedef struct FIRState {
 
 /* Creates a filter with a copy of taps[0 .. length).  delay[0 .. length) is the past, oldest
  * first; null stands for silence.
- * Returns 1; or 0 when memory is short, with *state null or without taps.  In C++ a length
- * above 2^61 - 2 throws std::bad_array_new_length, with a *state without taps.  Either way
- * FIRFree(*state) is due, and safe. */
+ * Returns 1; or 0 when memory is short, with *state null or without taps.  A length above
+ * 2^61 - 2 throws std::bad_array_new_length, with a *state without taps; a program in C ends
+ * there.  Either way FIRFree(*state) is due, and safe. */
 int FIRInitAlloc(FIRState** state, const float* taps, uint64_t length, const float* delay);
 
 /* Filters in[0 .. n) to out[0 .. n); out may be in.  [rt] */

@@ -50,7 +50,7 @@ template <bool Rounding>
 void float_to_short(short* dst, const float* src, int n, float scale)
 {
     int i = 0;
-    for (; i <= n - kShorts; i += kShorts)
+    for (; n - i >= kShorts; i += kShorts)
         store(dst + i, to_shorts(offset<Rounding>(load<Floats>(src + i) * scale),
                                  offset<Rounding>(load<Floats>(src + i + kFloats) * scale)));
     for (; i < n; ++i)

@@ -36,8 +36,8 @@ namespace
 
 float convolve(const float* taps, const float* newest, std::size_t count, float sum)
 {
-    for (const float* end = taps + count; taps != end; ++taps, --newest)
-        sum = multiply_add(*taps, *newest, sum);
+    for (std::ptrdiff_t j = 0; j < static_cast<std::ptrdiff_t>(count); ++j)
+        sum = multiply_add(taps[j], newest[-j], sum);
     return sum;
 }
 

@@ -6,8 +6,8 @@
  * with the rest of the library could be linked in the version of a level that the processor
  * does not have.
  *
- * All levels give the same bits, with one exception: the IIR stages of the x86-64 baseline,
- * which has no fused multiply-add, may differ in the last bit of a double.
+ * All levels give the same bits, all NaNs being alike, with one exception: the IIR stages of
+ * the x86-64 baseline, which has no fused multiply-add, may differ in the last bit of a double.
  *
  * All kernels are [rt]: they neither allocate, lock, print nor touch files. */
 #ifndef RSMPL_RESAMPLE_KERNELS_INTERNAL_H

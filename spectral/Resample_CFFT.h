@@ -44,13 +44,14 @@ public:
      * touched when order is below 0 or above 31.  A second call needs an FFTFree before it. */
     int FFTInitAlloc(int order);
 
-    /* Releases the arrays, also after a failed FFTInitAlloc. */
+    /* Releases the arrays, also after a failed FFTInitAlloc.  The pointers are null then, and a
+     * second call does nothing. */
     void FFTFree();
 
     /* |z| as the root of re^2 + im^2, in single precision throughout.  [rt] */
     float c_abs(DCOMPLEX z);
 
-    /* The phase of z in (-pi, pi]; +pi/2 wherever z.re is 0, also for negative z.im.  [rt] */
+    /* The phase of z, from -pi to pi; +pi/2 wherever z.re is 0, also for negative z.im.  [rt] */
     float c_angle(DCOMPLEX z);
 
     /* re - im j.  [rt] */

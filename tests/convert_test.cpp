@@ -1,6 +1,7 @@
 #include "convert/Resample_DatTypeConvert.h"
 #include "kernels/Resample_Kernels_internal.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -35,7 +36,7 @@ template <typename Dst, typename Src, typename Convert, typename Each>
 void expect_each(const std::vector<Src>& src, Convert convert, Each each)
 {
     for (std::size_t offset = 0; offset < 9; ++offset) {
-        for (std::size_t n = 0; n <= src.size() - offset; n += n < 70 ? 1 : 65000) {
+        for (std::size_t n = 0; n <= src.size() - offset; n += n < 70 ? 1 : 65466) {
             std::vector<Dst> dst(n + offset + 9, 77), expected = dst;
             std::transform(&src[offset], &src[offset] + n, &expected[offset], each);
             convert(&dst[offset], &src[offset], static_cast<int>(n));
@@ -47,12 +48,12 @@ void expect_each(const std::vector<Src>& src, Convert convert, Each each)
 TEST(Convert, EveryLengthAndOffsetGivesWhatOneSampleGives)
 {
     std::mt19937_64 generator(1);
-    std::vector<float> floats = {std::nanf(""), kInf, -kInf, -0.0F, 0.49999997F, 8388609};
+    std::vector<float> floats = {std::nanf(""), kInf, -kInf, -0.0F, 0.49999997F / 4};
     std::vector<long> wides = {LONG_MAX, LONG_MIN, LONG_MAX - 32767, LONG_MIN + 32767, -32768};
     std::vector<short> shorts;
     for (int i = 0; i < 65536; ++i) {
         const auto random = static_cast<long>(generator());
-        floats.push_back(static_cast<float>(random % 80000) / 2);
+        floats.push_back(static_cast<float>(random % 400000) / 8);
         wides.push_back(random >> (random & 63));
         shorts.push_back(static_cast<short>(i * 12345)); // all of them
     }
@@ -80,6 +81,9 @@ TEST(Convert, GivesTheStatedValues)
     const float floats[] = {1.5F, -1.5F, 2.4F, 0.49F, 32766.6F, -32768.4F};
     const long wides[] = {98304, -98304, -65536, -16384, 32768, LONG_MAX};
     std::vector<short> out(6);
+    Convert_FloatToShort(out.data(), floats, INT_MIN, 1);
+    Convert_FloatToShort(out.data(), floats, 6, 0);
+    EXPECT_EQ(out, (std::vector<short>{1, -1, 2, 0, 32766, -32768}));
     Convert_FloatToShort(out.data(), floats, 6, 1);
     EXPECT_EQ(out, (std::vector<short>{2, -2, 2, 0, 32767, -32768}));
     Convert_Int32ToInt16(out.data(), wides, 6, 1);
