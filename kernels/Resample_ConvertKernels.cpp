@@ -1,21 +1,28 @@
 #include "kernels/Resample_Kernels_internal.h"
 #include "kernels/Resample_Vector_internal.h"
 
+#include <utility>
+
 namespace rsmpl::RSMPL_LEVEL
 {
 
 namespace
 {
 
-// In mode 1 halves go away from zero: y + 0.5 in float is the same float as the sum in double
-// that is narrowed, for every y.  Negative zero may have either offset: it becomes 0.
+void short_to_float(float* dst, const short* src, int n, float scale)
+{
+    for (int i = 0; i < n; ++i)
+        dst[i] = static_cast<float>(src[i]) * scale;
+}
+
+// Halves go away from zero: y + 0.5 in float is the same float as the sum in double that is
+// narrowed, for every y.
 template <bool Rounding>
-[[gnu::always_inline]] inline Floats offset(Floats y)
+[[gnu::always_inline]] inline Ints whole(Floats y)
 {
     if constexpr (Rounding)
-        return y + (y >= 0 ? Floats{} + 0.5F : Floats{} - 0.5F);
-    else
-        return y;
+        y += y >= 0 ? Floats{} + 0.5F : Floats{} - 0.5F;
+    return to_ints(y);
 }
 
 template <bool Rounding>
@@ -28,7 +35,26 @@ template <bool Rounding>
     return static_cast<short>(static_cast<int>(within));
 }
 
-// The shift floors, also after the offset of a negative sample.  Sums wrap at 64 bits.
+template <bool Rounding>
+void float_to_short(short* dst, const float* src, int n, float scale)
+{
+    int i = 0;
+    for (; n - i >= kShorts; i += kShorts)
+        store(dst + i, to_shorts(whole<Rounding>(load<Floats>(src + i) * scale),
+                                 whole<Rounding>(load<Floats>(src + i + kFloats) * scale)));
+    for (; i < n; ++i)
+        dst[i] = to_short<Rounding>(src[i] * scale);
+}
+
+void short_to_wide(long* dst, const short* src, int n)
+{
+    for (int i = 0; i < n; ++i) {
+        const int wide = src[i] * 65536; // fits, and vectorises better than a long
+        dst[i] = wide;
+    }
+}
+
+// The shift by 16 floors, also after the offset of a negative sample.  Sums wrap at 64 bits.
 template <bool Rounding>
 [[gnu::always_inline]] inline short to_short(long x)
 {
@@ -40,36 +66,42 @@ template <bool Rounding>
     return static_cast<short>(below > -32768 ? below : -32768);
 }
 
-void short_to_float(float* dst, const short* src, int n, float scale)
+template <bool Rounding>
+[[gnu::always_inline]] inline Ints offset(Words x)
 {
-    for (int i = 0; i < n; ++i)
-        dst[i] = static_cast<float>(src[i]) * scale;
+    if constexpr (Rounding)
+        x += reinterpret_cast<Longs>(x) >= 0 ? Words{} + 0x8000 : Words{} - 0x8000;
+    return reinterpret_cast<Ints>(x);
+}
+
+// By 32 bits: where the upper ones are but the sign of the lower, the shift is in range.
+template <bool Rounding, int... I>
+[[gnu::always_inline]] inline Ints whole(Words a, Words b,
+                                         std::integer_sequence<int, I...> /*lanes*/)
+{
+    const Ints sums_a = offset<Rounding>(a), sums_b = offset<Rounding>(b);
+    const Ints lower = __builtin_shufflevector(sums_a, sums_b, (2 * I)...);
+    const Ints upper = __builtin_shufflevector(sums_a, sums_b, (2 * I + 1)...);
+    const Ints nearest_limit = (upper >> 31) ^ 32767;
+    return upper == (lower >> 31) ? lower >> 16 : nearest_limit;
 }
 
 template <bool Rounding>
-void float_to_short(short* dst, const float* src, int n, float scale)
+[[gnu::always_inline]] inline Ints load_whole(const long* src)
 {
-    int i = 0;
-    for (; n - i >= kShorts; i += kShorts)
-        store(dst + i, to_shorts(offset<Rounding>(load<Floats>(src + i) * scale),
-                                 offset<Rounding>(load<Floats>(src + i + kFloats) * scale)));
-    for (; i < n; ++i)
-        dst[i] = to_short<Rounding>(src[i] * scale);
+    return whole<Rounding>(load<Words>(src), load<Words>(src + kLongs),
+                           std::make_integer_sequence<int, kFloats>());
 }
 
 template <bool Rounding>
 void wide_to_short(short* dst, const long* src, int n)
 {
-    for (int i = 0; i < n; ++i)
+    int i = 0;
+    for (; n - i >= kShorts; i += kShorts)
+        store(dst + i,
+              to_shorts(load_whole<Rounding>(src + i), load_whole<Rounding>(src + i + kFloats)));
+    for (; i < n; ++i)
         dst[i] = to_short<Rounding>(src[i]);
-}
-
-void short_to_wide(long* dst, const short* src, int n)
-{
-    for (int i = 0; i < n; ++i) {
-        const int wide = src[i] * 65536; // fits, and vectorises better than a long
-        dst[i] = wide;
-    }
 }
 
 } // namespace

@@ -24,9 +24,13 @@ namespace rsmpl::RSMPL_LEVEL
 // A register of the level: arithmetic goes lane by lane.
 using Floats [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = float;
 using Shorts [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = short;
+using Ints [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = int;
+using Longs [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = long;
+using Words [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = unsigned long;
 
 inline constexpr int kFloats = RSMPL_VECTOR_BYTES / sizeof(float);
 inline constexpr int kShorts = RSMPL_VECTOR_BYTES / sizeof(short);
+inline constexpr int kLongs = RSMPL_VECTOR_BYTES / sizeof(long);
 
 // Memory of any alignment.
 template <typename Vector, typename T>
@@ -43,26 +47,31 @@ template <typename Vector, typename T>
     std::memcpy(to, &v, sizeof v);
 }
 
-// Lanes of a, then of b, truncated toward zero; at most 32767, at least -32768; NaN is 32767.
-// The upper bound comes before the conversion and the lower one after it: what is too low for
-// an int converts to the lowest one.
-[[gnu::always_inline]] inline Shorts to_shorts(Floats a, Floats b)
+// y truncated toward zero, at most 32767; NaN is 32767, and what is too low for an int the lowest.
+[[gnu::always_inline]] inline Ints to_ints(Floats y)
 {
     constexpr float kMost = 32767.0F;
 #if defined(__aarch64__)
-    const float32x4_t most = vdupq_n_f32(kMost);
-    const int16x4_t low = vqmovn_s32(vcvtq_s32_f32(vminnmq_f32(a, most)));
-    return vqmovn_high_s32(low, vcvtq_s32_f32(vminnmq_f32(b, most)));
+    return vcvtq_s32_f32(vminnmq_f32(y, vdupq_n_f32(kMost)));
+#elif defined(__AVX2__) // of two operands the minimum is the second when one is NaN
+    return reinterpret_cast<Ints>(_mm256_cvttps_epi32(_mm256_min_ps(y, _mm256_set1_ps(kMost))));
+#else
+    return reinterpret_cast<Ints>(_mm_cvttps_epi32(_mm_min_ps(y, _mm_set1_ps(kMost))));
+#endif
+}
+
+// Lanes of a, then of b; at most 32767, at least -32768.
+[[gnu::always_inline]] inline Shorts to_shorts(Ints a, Ints b)
+{
+#if defined(__aarch64__)
+    return vqmovn_high_s32(vqmovn_s32(a), b);
 #elif defined(__AVX2__)
-    const __m256 most = _mm256_set1_ps(kMost); // the second operand: the result for NaN
-    const __m256i low = _mm256_cvttps_epi32(_mm256_min_ps(a, most));
-    const __m256i high = _mm256_cvttps_epi32(_mm256_min_ps(b, most));
-    const __m256i halves_mixed = _mm256_packs_epi32(low, high);
+    const __m256i halves_mixed =
+        _mm256_packs_epi32(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b));
     return reinterpret_cast<Shorts>(_mm256_permute4x64_epi64(halves_mixed, 0b11'01'10'00));
 #else
-    const __m128 most = _mm_set1_ps(kMost); // the second operand: the result for NaN
-    return reinterpret_cast<Shorts>(_mm_packs_epi32(_mm_cvttps_epi32(_mm_min_ps(a, most)),
-                                                    _mm_cvttps_epi32(_mm_min_ps(b, most))));
+    return reinterpret_cast<Shorts>(
+        _mm_packs_epi32(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
 #endif
 }
 
