@@ -142,13 +142,11 @@ void CFFT::CartCToConj(DCOMPLEX* in, DCOMPLEX* out)
 
 // Stockham's autosort: m stages, each from one array to the other.  Two at a time spare a trip
 // through memory; as many go alone at the end as make the number of passes even for an even
-// order, so that its first pass writes the scratch array and out may be in.
+// order, so that its first pass writes the scratch array and out may be in.  Order 0 has no stage.
 void CFFT::FFTFwd_CToC(DCOMPLEX* in, DCOMPLEX* out)
 {
     pStagePair[0] = out;
     pStagePair[1] = pScratch;
-    if (nFFTLen < 2)
-        return;
     const rsmpl::FftKernels& kernels = rsmpl::active_kernels().fft;
     const unsigned alone = nFFTOrder % 4 == 2 ? 2 : nFFTOrder % 2;
     unsigned passes = (nFFTOrder - alone) / 2 + alone;

@@ -58,41 +58,35 @@ constexpr Shape kShapes[] = {
 };
 
 // Each channel beside its own context of the 1:3 stage, the cut to 16 bits by arithmetic.
-void expect_the_stage_on_each_channel(const Shape& shape)
-{
-    const int len = shape.channels * shape.inputs;
-    const Shorts stream = loud(5 * len);
-    resample_handle* handle =
-        resample_init(shape.channels, shape.in_rate, shape.out_rate, shape.samples_per_ch);
-    float contexts[16][9] = {}, held[16][960] = {};
-    int wrapped = 0;
-    for (int block = 0; block < 5; ++block) {
-        const short* in = stream.data() + block * len;
-        Shorts out(static_cast<std::size_t>(shape.channels * shape.out_per_ch) + 1, 77);
-        const auto convert = [&] { EXPECT_EQ(resample_process(handle, in, out.data(), len), 0); };
-        EXPECT_EQ(printed(convert), "");
-        auto got = out.begin();
-        for (int c = 0; c < shape.channels; ++c, in += shape.inputs) {
-            const std::vector<float> input(in, in + shape.inputs);
-            RSMPL_Down(contexts[c], input.data(), held[c], shape.inputs, 2);
-            for (int j = 0; j < shape.out_per_ch; ++j) {
-                const double whole = std::trunc(static_cast<double>(held[c][j]));
-                const double cut = whole - 65536 * std::floor((whole + 32768) / 65536);
-                wrapped += cut != whole;
-                ASSERT_EQ(*got++, cut) << "block " << block << ", channel " << c << ", " << j;
-            }
-        }
-        EXPECT_EQ(*got, 77) << "written beyond the end";
-    }
-    EXPECT_TRUE(wrapped > 0 || len < 960 || shape.inputs % 6 != 0) << "too quiet a test";
-    resample_exit(handle);
-}
-
 TEST(PublicCalls, RunTheStageOnEachChannelAndKeepWhatIsNotRewritten)
 {
     for (const Shape& shape : kShapes) {
-        SCOPED_TRACE(shape.name);
-        expect_the_stage_on_each_channel(shape);
+        const int len = shape.channels * shape.inputs;
+        const Shorts stream = loud(5 * len);
+        resample_handle* handle =
+            resample_init(shape.channels, shape.in_rate, shape.out_rate, shape.samples_per_ch);
+        float contexts[16][9] = {}, held[16][960] = {};
+        int wrapped = 0;
+        for (int block = 0; block < 5; ++block) {
+            const short* in = stream.data() + block * len;
+            Shorts out(static_cast<std::size_t>(shape.channels * shape.out_per_ch) + 1, 77);
+            const auto convert = [&] { return resample_process(handle, in, out.data(), len); };
+            EXPECT_EQ(printed([&] { EXPECT_EQ(convert(), 0); }), "");
+            auto got = out.begin();
+            for (int c = 0; c < shape.channels; ++c, in += shape.inputs) {
+                const std::vector<float> input(in, in + shape.inputs);
+                RSMPL_Down(contexts[c], input.data(), held[c], shape.inputs, 2);
+                for (int j = 0; j < shape.out_per_ch; ++j) {
+                    const double whole = std::trunc(static_cast<double>(held[c][j]));
+                    const double cut = whole - 65536 * std::floor((whole + 32768) / 65536);
+                    wrapped += cut != whole;
+                    ASSERT_EQ(*got++, cut) << shape.name << ", block " << block << ", " << c;
+                }
+            }
+            EXPECT_EQ(*got, 77) << "written beyond the end";
+        }
+        EXPECT_TRUE(wrapped > 0 || len < 960 || shape.inputs % 6 != 0) << "too quiet a test";
+        resample_exit(handle);
     }
 }
 

@@ -92,6 +92,9 @@ TEST(Convert, GivesTheStatedValues)
     Convert_Int16ToInt32_Step(strided.data(), out.data() + 5, 2, -5);
     EXPECT_EQ(strided, (std::vector<long>{-32768 * 65536L, 2 * 65536, 7}));
     Convert_Int16ToInt32_Step(nullptr, nullptr, -1, 1);
+    Convert_Int16ToInt32(nullptr, nullptr, -1);
+    Convert_Int32ToInt16(nullptr, nullptr, -1, 0);
+    Convert_ShortToFloat(nullptr, nullptr, -1);
     for (const auto& [sf, factor] :
          {std::pair{-127, 0x1p127F}, {INT_MIN, kInf}, {149, 0x1p-149F}, {INT_MAX, 0}}) {
         float y = 7;

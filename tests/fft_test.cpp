@@ -51,19 +51,16 @@ TEST_P(FftTest, TransformsToTheBitAsStageByStage)
     EXPECT_TRUE(fft_.pStagePair[0] == out.data() && fft_.pStagePair[1] == fft_.pScratch);
     EXPECT_TRUE(fft_.nFFTLen == length_ && fft_.nFFTOrder == order_ && out[length_] == kMark);
     EXPECT_EQ(std::memcmp(in.data(), noisy.data(), length_ * sizeof(DCOMPLEX)), 0);
-    if (order_ > 0)
-        EXPECT_EQ(Bins(&out[0], &out[length_]), expected);
-    else
-        EXPECT_EQ(out[0], kMark);
+    EXPECT_EQ(Bins(&out[0], &out[length_]), order_ > 0 ? expected : Bins{kMark});
     if (order_ % 2 == 0) {
         fft_.FFTFwd_CToC(in.data(), in.data());
         EXPECT_EQ(in, expected) << "in place";
     }
-    for (std::size_t k = 1; k < length_; ++k) {
-        const float angle = static_cast<float>(k) * (-6.2831855F / static_cast<float>(length_));
+    const float step = -6.2831855F / static_cast<float>(length_);
+    for (std::size_t k = 0; k < length_; ++k) {
+        const float angle = k > 0 ? static_cast<float>(k) * step : 0.0F;
         ASSERT_EQ(fft_.pTwiddle[k], Complex(std::cos(angle), std::sin(angle)));
     }
-    EXPECT_EQ(fft_.pTwiddle[0], Complex(1, 0));
 }
 
 // With linearity, impulses are all there is to know.
@@ -73,7 +70,7 @@ TEST_P(FftTest, ImpulsesGoToTheirTonesAndBack)
     for (std::size_t at = 0; at < length_ && order_ > 0; at += 1 + length_ / 9) {
         std::vector<float> impulse(length_), mag(bins), phase(bins), back(length_), again(length_);
         Bins half(bins + 1, kMark), whole(length_ + 1, kMark), from_polar(bins + 1, kMark);
-        impulse[at] = 1;
+        impulse[at] = 2;
         fft_.FFTFwd_RToC(impulse.data(), half.data());
         fft_.FFTFwd_RToPolarC(impulse.data(), mag.data(), phase.data());
         fft_.PolarToCartEL(mag.data(), phase.data(), from_polar.data());
@@ -81,16 +78,17 @@ TEST_P(FftTest, ImpulsesGoToTheirTonesAndBack)
         EXPECT_TRUE(half[bins] == kMark && from_polar[bins] == kMark && whole[length_] == kMark);
         for (std::size_t k = 0; k < bins; ++k) {
             const double angle = -2 * M_PI / static_cast<double>(length_);
-            const auto tone = std::polar(1.0, angle * static_cast<double>(k * at % length_));
+            const auto tone = std::polar(2.0, angle * static_cast<double>(k * at % length_));
             const DCOMPLEX mirrored = fft_.c_conj(whole[(length_ - k) % length_]);
-            for (const DCOMPLEX z : {half[k], from_polar[k], whole[k], mirrored})
-                EXPECT_LT(std::abs(std::complex<double>(z.re, z.im) - tone), 1e-6) << k;
+            EXPECT_EQ(whole[k], from_polar[k]);
+            for (const DCOMPLEX z : {half[k], from_polar[k], mirrored})
+                EXPECT_LT(std::abs(std::complex<double>(z.re, z.im) - tone), 2e-6) << k;
         }
         half[0].im = half[bins - 1].im = 1e4F; // without effect
         fft_.FFTInv_CToR(half.data(), back.data());
         fft_.FFTInv_PolarCToR(mag.data(), phase.data(), again.data());
         for (std::size_t n = 0; n < length_; ++n)
-            EXPECT_LT(std::fabs(back[n] - impulse[n]) + std::fabs(again[n] - impulse[n]), 1e-6);
+            EXPECT_LT(std::fabs(back[n] - impulse[n]) + std::fabs(again[n] - impulse[n]), 2e-6);
     }
 }
 
@@ -106,10 +104,8 @@ TEST(Fft, PhasesAndRefusals)
     EXPECT_EQ(fft.c_angle({-0.0F, 0}), pi / 2);
     EXPECT_EQ(fft.c_angle({-1, -0.0F}), pi);
     EXPECT_EQ(fft.c_angle({-1, -1e-20F}), -pi);
-    EXPECT_TRUE(std::isinf(fft.c_abs({1e20F, 0})));
     for (const int order : {-1, 32, 1 << 30})
         EXPECT_EQ(fft.FFTInitAlloc(order), 0);
-    fft.FFTFree();
     fft.FFTFree();
 }
 

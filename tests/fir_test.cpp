@@ -78,7 +78,7 @@ TEST_P(FirTest, OneRateGivesTheFusedSum)
     const Floats past = signal(length_, seed_ + 4);
     Floats line(length_);
     FIRState* state = nullptr;
-    FIRInitAlloc(&state, taps_.data(), length_, past.data());
+    EXPECT_EQ(FIRInitAlloc(&state, taps_.data(), length_, past.data()), 1);
     FIRGetDlyLine(state, line.data());
     expect_same(line, past.data());
     expect_model(past, 1, 1, [&](auto... block) { FIRFiltering(state, block...); });
@@ -95,7 +95,7 @@ TEST_P(FirTest, SeveralRatesGiveTheFusedSumOverInsertedZeros)
                                                          {3, 2}, {4, 6}, {5, 5}, {1, 240}};
     for (const auto& [L, M] : rates) {
         FIRMRState* state = nullptr;
-        FIRMRInitAlloc(&state, taps_.data(), length_, L, M);
+        EXPECT_EQ(FIRMRInitAlloc(&state, taps_.data(), length_, L, M), 1);
         expect_model(none_, L, M, [&](auto... block) { FIRMRFiltering(state, block...); });
         EXPECT_EQ(state->index, in_.size() * L % length_);
         const float newest = L == 1 ? in_.back() : 0;
@@ -133,9 +133,11 @@ TEST(Fir, RoundsOnceBesideATie)
         for (const auto& [first, a, b] : cases) {
             for (const float sign : {1.0F, -1.0F}) {
                 const float taps[] = {1, a * 0x1p-46F};
-                float history[4] = {}, block[] = {b * 0x1p-24F * sign, first * sign};
-                std::uint32_t position = 0;
-                FIRFiltering_Direct(block, block, 2, taps, 2, history, &position);
+                float block[] = {b * 0x1p-24F * sign, first * sign};
+                FIRState* state = nullptr;
+                FIRInitAlloc(&state, taps, 2, nullptr);
+                FIRFiltering(state, block, block, 2);
+                FIRFree(state);
                 EXPECT_EQ(block[1], 0x1.000002p0F * sign) << first;
             }
         }
@@ -144,7 +146,7 @@ TEST(Fir, RoundsOnceBesideATie)
 
 TEST(Fir, EmptyFiltersAndCallsTouchNothing)
 {
-    const float tap = 2, taps[] = {2, 2};
+    const float tap = 2, taps[] = {2, 2, 2};
     float block[] = {9, 9, 9}, history[] = {5, 6};
     FIRState* state = nullptr;
     EXPECT_THROW(FIRInitAlloc(&state, &tap, (1UL << 61U) - 1, nullptr), std::bad_array_new_length);
@@ -157,18 +159,17 @@ TEST(Fir, EmptyFiltersAndCallsTouchNothing)
     FIRFree(nullptr);
     for (const unsigned zero : {0U, 1U, 2U, 3U}) { // the length, L, M, or the count
         FIRMRState* rates = nullptr;
-        FIRMRInitAlloc(&rates, taps, zero != 0 ? 2 : 0, zero != 1, zero != 2);
-        block[1] = 9;
+        FIRMRInitAlloc(&rates, taps, zero != 0 ? 3 : 0, zero != 1 ? 2 : 0, zero != 2);
+        block[1] = block[2] = 9;
         FIRMRFiltering(rates, block, block + 1, zero != 3);
-        EXPECT_TRUE(block[1] == (zero == 0 ? 0.0F : 9.0F) && rates->index == 0) << zero;
+        EXPECT_TRUE(block[1] + block[2] == (zero == 0 ? 0 : 18) && rates->index == 0) << zero;
         FIRMRFree(rates);
     }
-    FIRMRFree(nullptr);
-
     std::uint32_t position = 3; // beyond the history of 2
-    FIRFiltering_Direct(block, block + 2, 1, &tap, -1, nullptr, &position);
-    FIRFiltering_Direct(block, block, -5, &tap, 1, history, &position);
-    EXPECT_TRUE(block[2] == 0 && position == 3 && history[1] == 6);
+    for (const int N : {0, -1})
+        FIRFiltering_Direct(block, block + 2 + N, 1, &tap, N, nullptr, &position);
+    FIRFiltering_Direct(block, block, 0, &tap, 1, history, &position);
+    EXPECT_TRUE(block[1] + block[2] == 0 && position == 3 && history[1] == 6);
     FIRFiltering_Direct(&tap, block, 1, &tap, 1, history, &position);
     EXPECT_TRUE(block[0] == 4 && position == 0 && history[0] == 5 && history[1] == 2);
 }
