@@ -37,8 +37,8 @@ void mirror(DCOMPLEX* spectrum, unsigned length)
         spectrum[length - k] = {spectrum[k].re, -spectrum[k].im};
 }
 
-// Half spectrum, already whole in the input buffer, to the real signal: the forward transform
-// of the conjugate is the conjugate of the inverse, whose real part is what is wanted.
+// The whole spectrum in the input buffer to the real signal: the forward transform of the
+// conjugate is the conjugate of the inverse, whose real part is what is wanted.
 void inverse_of_input(CFFT& fft, float* out)
 {
     fft.CartCToConj(fft.pInBuf, fft.pInBuf);

@@ -45,10 +45,10 @@ TYPED_TEST(Arrays, AreZeroedAlignedAndReleased)
             }
         }
     }
-    ASSERT_TRUE(iCalloc(pp, 2, 3) && iCalloc(ppp, 0, 2, 3));
+    ASSERT_TRUE(iCalloc(pp, 2, 3) && iCalloc(ppp, 0, ~0UL, 3));
     iFree(pp[0]);
     iFree(pp, 2); // the table alone
-    iFree(ppp, 0, 2);
+    iFree(ppp, 0, ~0UL);
 }
 
 TYPED_TEST(Arrays, SizesBeyondMemoryAreRefused)

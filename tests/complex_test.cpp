@@ -43,6 +43,7 @@ TEST(Complex, RoundsWhereItShouldAndKnowsSpecialCases)
     EXPECT_EQ(Cdiv2({1, 2}, {4, 3}), Complex(0x1.999998p-2F, 0x1.999998p-3F));
     EXPECT_EQ(Csqrt({3.625F, 35}), Complex(0x1.19ef68p+2F, 0x1.fc7c56p+1F));
     EXPECT_EQ(Csqrt({3.5F, 2.875F}), Complex(0x1.007864p+1F, 0x1.6f5342p-1F));
+    EXPECT_EQ(Csqrt({-0.0F, 3}), Complex(0x1.3988ep+0F, 0x1.3988e2p+0F));
     EXPECT_EQ(Cabs({3.25F, -8.625F}), 0x1.26f1bp+3F);
 
     const float huge = 0x1p125F, nan = std::nanf("");

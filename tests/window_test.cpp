@@ -32,16 +32,12 @@ TEST(Windows, AreTheClosedFormsToTheBit)
         fill(nullptr, -0x7FFFFFFF - 1);
     }
     // Figures from a model in exact fractions over libm's cosf.  A step from 2 pi / (N - 1) for
-    // Blackman, from a reciprocal for the others, weights in single precision, or a product that is
-    // rounded on its own give other bits.
-    EXPECT_EQ(value(WinBlackman, 8, 1), 0x1.727f5p-4F);
-    EXPECT_EQ(value(WinBlackman, 4, 1), 0x1.428f5ep-1F);
-    EXPECT_EQ(value(WinHamming, 8, 1), 0x1.034578p-2F);
-    EXPECT_EQ(value(WinHamming, 4, 3), 0x1.47ae14p-4F);
+    // Blackman, from a reciprocal for the others, weights in single precision, a product that is
+    // rounded on its own, or the mirrored value give other bits.
+    EXPECT_EQ(value(WinBlackman, 15, 13), 0x1.3dc342p-6F);
+    EXPECT_EQ(value(WinHamming, 32, 26), 0x1.2fcbfp-2F);
     EXPECT_EQ(value(WinHamming, 47, 37), 0x1.8b37e6p-2F);
-    EXPECT_EQ(value(WinHanning, 8, 1), 0x1.818be4p-3F);
-    EXPECT_EQ(value(WinBlackman, 6, 4), 0x1.9b2d5ap-3F); // not its mirror image's
-    EXPECT_EQ(value(WinHanning, 6, 4), 0x1.61c882p-2F);
+    EXPECT_EQ(value(WinHanning, 42, 30), 0x1.1d5bdcp-1F);
 }
 
 } // namespace
