@@ -53,7 +53,7 @@ TEST(Convert, EveryLengthAndOffsetGivesWhatOneSampleGives)
     std::vector<short> shorts;
     for (int i = 0; i < 65536; ++i) {
         const auto random = static_cast<long>(generator());
-        floats.push_back(static_cast<float>(random % 400000) / 8);
+        floats.push_back(static_cast<float>(random % 320000) / 32);
         wides.push_back(random >> (random & 63));
         shorts.push_back(static_cast<short>(i * 12345)); // all of them
     }
@@ -81,7 +81,6 @@ TEST(Convert, GivesTheStatedValues)
     const float floats[] = {1.5F, -1.5F, 2.4F, 0.49F, 32766.6F, -32768.4F};
     const long wides[] = {98304, -98304, -65536, -16384, 32768, LONG_MAX};
     std::vector<short> out(6);
-    Convert_FloatToShort(out.data(), floats, INT_MIN, 1);
     Convert_FloatToShort(out.data(), floats, 6, 0);
     EXPECT_EQ(out, (std::vector<short>{1, -1, 2, 0, 32766, -32768}));
     Convert_FloatToShort(out.data(), floats, 6, 1);
@@ -91,10 +90,13 @@ TEST(Convert, GivesTheStatedValues)
     std::vector<long> strided(3, 7);
     Convert_Int16ToInt32_Step(strided.data(), out.data() + 5, 2, -5);
     EXPECT_EQ(strided, (std::vector<long>{-32768 * 65536L, 2 * 65536, 7}));
-    Convert_Int16ToInt32_Step(nullptr, nullptr, -1, 1);
-    Convert_Int16ToInt32(nullptr, nullptr, -1);
-    Convert_Int32ToInt16(nullptr, nullptr, -1, 0);
-    Convert_ShortToFloat(nullptr, nullptr, -1);
+    for (const int none : {0, -1, INT_MIN}) { // nothing to read or write
+        Convert_ShortToFloat(nullptr, nullptr, none);
+        Convert_FloatToShort(nullptr, nullptr, none, 1);
+        Convert_Int32ToInt16(nullptr, nullptr, none, 1);
+        Convert_Int16ToInt32(nullptr, nullptr, none);
+        Convert_Int16ToInt32_Step(nullptr, nullptr, none, 1);
+    }
     for (const auto& [sf, factor] :
          {std::pair{-127, 0x1p127F}, {INT_MIN, kInf}, {149, 0x1p-149F}, {INT_MAX, 0}}) {
         float y = 7;

@@ -142,19 +142,23 @@ TEST(Fir, EmptyFiltersAndCallsTouchNothing)
     EXPECT_TRUE(block[0] == 0 && block[1] == 9 && state->index == 0);
     FIRFree(state);
     FIRFree(nullptr);
-    for (const unsigned zero : {0U, 1U, 2U, 3U}) { // the length, L, M, or the count
+    for (unsigned zero = 0; zero < 7; ++zero) { // L, M, the count or none, without and with taps
+        float out[] = {9, 9, 9, 9};
         FIRMRState* rates = nullptr;
-        FIRMRInitAlloc(&rates, taps, zero != 0 ? 3 : 0, zero != 1 ? 2 : 0, zero != 2);
-        block[1] = block[2] = 9;
-        FIRMRFiltering(rates, block, block + 1, zero != 3);
-        EXPECT_TRUE(block[1] + block[2] == (zero == 0 ? 0 : 18) && rates->index == 0) << zero;
+        FIRMRInitAlloc(&rates, taps, zero < 4 ? 0 : 3, zero % 4 == 0 ? 0 : 3,
+                       zero % 4 == 1 ? 0 : 2);
+        FIRMRFiltering(rates, block, out, zero % 4 != 2);
+        EXPECT_EQ(std::count(out, out + 3, 0), zero == 3 ? 3 : 0) << zero;
+        EXPECT_TRUE(out[3] == 9 && rates->index == 0) << zero;
         FIRMRFree(rates);
     }
     std::uint32_t position = 3; // beyond the history of 2
-    for (const int N : {0, -1})
-        FIRFiltering_Direct(block, block + 2 + N, 1, &tap, N, nullptr, &position);
-    FIRFiltering_Direct(block, block, 0, &tap, 1, history, &position);
-    EXPECT_TRUE(block[1] + block[2] == 0 && position == 3 && history[1] == 6);
+    for (const int none : {0, -5}) {
+        block[2] = 9;
+        FIRFiltering_Direct(block, block + 2, 1, &tap, none, nullptr, &position);
+        FIRFiltering_Direct(block, block, none, &tap, 1, history, &position);
+    }
+    EXPECT_TRUE(block[2] == 0 && position == 3 && history[1] == 6);
     FIRFiltering_Direct(&tap, block, 1, &tap, 1, history, &position);
     EXPECT_TRUE(block[0] == 4 && position == 0 && history[0] == 5 && history[1] == 2);
 }
