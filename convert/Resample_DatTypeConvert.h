@@ -4,7 +4,7 @@
  * 65536.
  *
  * All convert n samples, dst[0 .. n) from src[0 .. n), and do nothing when n is below 1.  The
- * two arrays do not overlap; any alignment will do.
+ * two arrays do not overlap, and need no more than the alignment of their elements.
  *
  *     sf     the factor is 2^-sf, in float: sf = -15 multiplies by 32768, 15 divides by it.
  *            Factors beyond the range of a float are infinity or 0, and 0 times infinity is
@@ -32,8 +32,8 @@ void Convert_FloatToShort_Sf(short* dst, const float* src, int n, int mode, int 
 
 /* dst[i] = src[i] / 65536, at most 32767, at least -32768.  This family's own rounding: with
  * mode 1 floor(src[i] / 65536 + 1/2), but floor(src[i] / 65536 - 1/2) for negative samples, so
- * that -65536 gives -2; with other modes floor(src[i] / 65536).  Samples less than 1/2 from an
- * end of the 64 bits wrap around when rounded. */
+ * that -65536 gives -2; with other modes floor(src[i] / 65536).  With mode 1, samples
+ * nearer than 32768 to an end of the 64 bits wrap around, to the other limit. */
 void Convert_Int32ToInt16(short* dst, const long* src, int n, int mode);
 
 /* dst[i] = src[i] * 65536. */

@@ -2,9 +2,9 @@
  *
  * Each family of kernels is one source, compiled once for each level of the processor family
  * into the namespace named by RSMPL_LEVEL; the level is chosen once, when the library is
- * loaded.  Nothing in such a source but its table may have external linkage: a function shared
- * with the rest of the library could be linked in the version of a level that the processor
- * does not have.
+ * loaded.  Nothing in such a source may have external linkage but its table and what is always
+ * inlined: a function shared with the rest of the library could be linked in the version of a
+ * level that the processor does not have.
  *
  * All levels give the same bits, all NaNs being alike, with one exception: the IIR stages of
  * the x86-64 baseline, which has no fused multiply-add, may differ in the last bit of a double.

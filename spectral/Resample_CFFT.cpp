@@ -141,8 +141,9 @@ void CFFT::CartCToConj(DCOMPLEX* in, DCOMPLEX* out)
 }
 
 // Stockham's autosort: m stages, each from one array to the other.  Two at a time spare a trip
-// through memory; as many go alone at the end as make the number of passes even for an even
-// order, so that its first pass writes the scratch array and out may be in.  Order 0 has no stage.
+// through memory.  An odd order leaves one to go alone at the end; of an even order two go alone
+// where that makes the number of passes even, so that the first pass writes the scratch array and
+// out may be in.  Order 0 has no stage.
 void CFFT::FFTFwd_CToC(DCOMPLEX* in, DCOMPLEX* out)
 {
     pStagePair[0] = out;

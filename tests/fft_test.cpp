@@ -63,7 +63,7 @@ TEST_P(FftTest, TransformsToTheBitAsStageByStage)
     }
 }
 
-// With linearity, impulses are all there is to know.
+// A transform that is linear is known by what it makes of impulses.
 TEST_P(FftTest, ImpulsesGoToTheirTonesAndBack)
 {
     const std::size_t bins = length_ / 2 + 1;
