@@ -7,9 +7,9 @@
  *     iFree(rows, 2);
  *
  * T is float, int, short, bool or DCOMPLEX (spectral/Resample_Complex.h).  Elements are zero and
- * start on a 64-byte boundary.  A two-dimensional array is one such block, row i at row 0 + i * cols, with a table of pointers
- * to its rows; a three-dimensional one is a table of separate two-dimensional ones.  Counts may
- * be 0.
+ * start on a 64-byte boundary.  A two-dimensional array is one such block, row i at
+ * row 0 + i * cols, with a table of pointers to its rows; a three-dimensional one is a table of
+ * separate two-dimensional ones.  Counts may be 0.
  *
  * iCalloc returns true; or false when memory is short or the size of a block exceeds 64 bits:
  * then nothing stays allocated and p is null.  The same holds when it throws
