@@ -5,12 +5,15 @@
 
 #include "api/resample_handle_internal.h"
 #include "convert/Resample_Truncate_internal.h"
+#include "fir/Resample_GeneralResampler.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <new>
 
 namespace
 {
@@ -42,6 +45,33 @@ uint64_t inputs_per_channel(const resample_handle& handle)
     return handle.out_per_ch * handle.ratio;
 }
 
+void close_general(CGeneralResampler* general)
+{
+    if (general != nullptr)
+        general->UnInit();
+    delete general;
+}
+
+// Every handle has one, for its rates and channels, though resample_process does without.  Null
+// when memory is short.
+CGeneralResampler* open_general(const resample_handle& handle)
+{
+    constexpr unsigned kTaps = 64;
+    constexpr float kLowEdge = 100; // Hz
+    const float high_edge = std::fma(static_cast<float>(handle.out_rate), 0.5F, -200.0F);
+    int enabled[kMaxChannels] = {};
+    std::fill_n(enabled, handle.ch_num, 1);
+    auto* general = new (std::nothrow) CGeneralResampler;
+    if (general == nullptr)
+        return nullptr;
+    general->Init(handle.ch_num, enabled, handle.interp, handle.ratio, handle.out_per_ch, kTaps,
+                  handle.in_rate, kLowEdge, high_edge);
+    if (general->GetFloatOutput() != nullptr)
+        return general;
+    close_general(general);
+    return nullptr;
+}
+
 // At least one element, so that null always means out of memory.
 template <typename T>
 T* allocate(uint64_t count)
@@ -66,6 +96,7 @@ bool open_channel(resample_handle& handle, uint64_t channel)
 // Releases the handle, of whose channels the first `channels` have been opened.
 void release(resample_handle* handle, uint64_t channels)
 {
+    close_general(handle->general);
     for (uint64_t c = 0; c < channels; ++c) {
         std::free(handle->in_buf[c]);
         std::free(handle->out_buf[c]);
@@ -83,14 +114,15 @@ void narrow(const float* from, short* to, uint64_t count)
         to[i] = static_cast<short>(rsmpl::truncate_saturating(from[i]));
 }
 
-// The buffers of a handle whose fields are set.  False, with the handle released, when memory
-// is short.
-bool open_buffers(resample_handle* handle)
+// What a handle owns, once its numbers are set.  False, with the handle released, when memory is
+// short.
+bool open_all(resample_handle* handle)
 {
+    handle->general = open_general(*handle);
     handle->in_buf = allocate<float*>(handle->ch_num);
     handle->out_buf = allocate<float*>(handle->ch_num);
     uint64_t opened = 0;
-    bool ok = handle->in_buf != nullptr && handle->out_buf != nullptr;
+    bool ok = handle->general != nullptr && handle->in_buf != nullptr && handle->out_buf != nullptr;
     while (ok && opened < handle->ch_num)
         ok = open_channel(*handle, opened++);
     if (!ok)
@@ -119,8 +151,7 @@ resample_handle* resample_init(int ch_num, int in_rate, int out_rate, int sample
         return nullptr;
     }
     handle->out_per_ch = handle->ratio == 0 ? 0 : handle->samples_per_ch / handle->ratio;
-    handle->general = nullptr;
-    return open_buffers(handle) ? handle : nullptr;
+    return open_all(handle) ? handle : nullptr;
 }
 
 int resample_process(resample_handle* handle, const short* in, short* out, int len)

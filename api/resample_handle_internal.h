@@ -8,7 +8,7 @@ class CGeneralResampler;
 
 // 26 words of 64 bits.  The integers are sign-extended from 32 bits.
 struct resample_handle {
-    CGeneralResampler* general;   // owned; null: none attached
+    CGeneralResampler* general;   // owned; idle
     std::uint64_t samples_per_ch; // block length asked for
     std::uint64_t in_rate;        // Hz
     std::uint64_t out_rate;       // Hz

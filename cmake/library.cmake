@@ -1,8 +1,10 @@
 set(RSMPL_HEADERS
     api/resample_api.h
     convert/Resample_DatTypeConvert.h
+    design/Resample_FIRFilterDesign.h
     design/Resample_WinFunc.h
     fir/Resample_FIRFiltering.h
+    fir/Resample_GeneralResampler.h
     fir/Resample_iMalloc.h
     iir/Resample_IIRFilterDesign.h
     iir/Resample_Rsmpl_IIR_api.h
@@ -34,8 +36,10 @@ endfunction()
 rsmpl_objects(rsmpl_base
     api/resample_api.cpp
     convert/Resample_DatTypeConvert.cpp
+    design/Resample_FIRFilterDesign.cpp
     design/Resample_WinFunc.cpp
     fir/Resample_FIRFiltering.cpp
+    fir/Resample_GeneralResampler.cpp
     fir/Resample_iMalloc.cpp
     iir/Resample_IIRFilterDesign.cpp
     iir/Resample_Rsmpl_IIR_api.cpp

@@ -13,7 +13,7 @@ cmake --install "$build_dir" --prefix "$prefix" >/dev/null
 
 (cd "$prefix/include/rsmpl" && find . -name '*.h') | while read -r header; do
     for language in "c -std=c11" "c++ -std=c++17"; do
-        [[ $language != c\ * || $header != *_@(iMalloc|CFFT).h ]] || continue # a template, a class
+        [[ $language != c\ * || $header != *_@(iMalloc|CFFT|GeneralResampler).h ]] || continue # C++
         "$cc" -x $language "${strict[@]}" -I "$prefix/include/rsmpl" -fsyntax-only - <<<"#include \"$header\""
     done
 done
