@@ -1,6 +1,8 @@
 // Replaces the heap of this program to make allocations fail and to count what is left.
 #include "api/resample_api.h"
+#include "design/Resample_FIRFilterDesign.h"
 #include "fir/Resample_FIRFiltering.h"
+#include "fir/Resample_GeneralResampler.h"
 #include "fir/Resample_iMalloc.h"
 #include "spectral/Resample_CFFT.h"
 
@@ -63,6 +65,31 @@ static bool open_and_close(int channels, int in_rate)
     return handle != nullptr;
 }
 
+static bool design_a_filter(int len)
+{
+    float taps[65] = {};
+    const bool done = GeneralFIRLowpass(taps, len, WIN_HAMMING, 0.2F) == 1;
+    EXPECT_EQ(taps[32] != 0, done);
+    return done;
+}
+
+// The second block finds memory where the first did not.
+static bool resample_in_general()
+{
+    int flags[] = {1, 0};
+    short in[2 * 3 * 8] = {0, 0, 1};
+    CGeneralResampler general;
+    EXPECT_EQ(general.Init(2, flags, 1, 3, 8, 16, 48000, 0, 20000), 1);
+    EXPECT_EQ(general.ResampleOneBlock(in), 0);
+    const bool ready = general.GetFloatOutput() != nullptr;
+    EXPECT_EQ(general.GetInt16Output() != nullptr, ready);
+    const bool done = ready && general.GetFloatOutput()[0][3] != 0;
+    EXPECT_EQ(general.ResampleOneBlock(in), 0);
+    EXPECT_TRUE(!ready || general.GetFloatOutput()[0][3] != 0);
+    general.UnInit();
+    return done;
+}
+
 static bool use_every_building_block()
 {
     const float taps[] = {1, 2, 3};
@@ -83,9 +110,15 @@ static bool use_every_building_block()
 TEST(Allocation, FailureAnywhereIsToldAndReleasesEverything)
 {
     EXPECT_EQ(allocations_of(use_every_building_block), (1 + 3 * 2) + 3 + 3 + 4);
-    for (const int channels : {0, 1, 16}) // a record and two tables, three blocks per channel
+    // A transform of five, spectrum, magnitude, phase and window; a buffer where 65 is not 128.
+    EXPECT_EQ(allocations_of([] { return design_a_filter(64); }), 5 + 4);
+    EXPECT_EQ(allocations_of([] { return design_a_filter(65); }), 5 + 4 + 1);
+    // Flags and states, outputs, taps, their design, a channel, the scratch buffer.
+    EXPECT_EQ(allocations_of(resample_in_general), 2 + 3 + 1 + 9 + 3 + 1);
+    // A record, two tables and a general resampler; per channel three blocks and its filter.
+    for (const int channels : {0, 1, 16})
         EXPECT_EQ(allocations_of([=] { return open_and_close(channels, 48000); }),
-                  3 + 3 * channels);
+                  3 + (1 + 2 + 3 + 1 + 9) + (3 + 3) * channels);
     short** rows = nullptr; // the largest sizes that do not throw
     FIRState* state = nullptr;
     EXPECT_FALSE(iCalloc(rows, (1UL << 60U) - 1, 1));
@@ -93,6 +126,13 @@ TEST(Allocation, FailureAnywhereIsToldAndReleasesEverything)
     FIRFree(state);
     until_failure = live = 0;
     watching = true;
+    for (int cycle = 0; cycle < 1000; ++cycle) {
+        short block[960] = {};
+        resample_handle* handle = resample_init(1, 48000, 16000, 960);
+        EXPECT_EQ(resample_process(handle, block, block, 960), 0);
+        resample_exit(handle);
+    }
+    EXPECT_EQ(live, 0);
     EXPECT_FALSE(open_and_close(1, 44100));
     EXPECT_EQ(CFFT().FFTInitAlloc(0), 1);
     watching = false;

@@ -1,5 +1,8 @@
 #include "api/resample_api.h"
 #include "convert/Resample_Truncate_internal.h"
+#include "design/Resample_FIRFilterDesign.h"
+#include "fir/Resample_FIRFiltering.h"
+#include "fir/Resample_GeneralResampler.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
 #include "tests/common.h"
 
@@ -138,13 +141,53 @@ TEST(PublicCalls, RefuseBlocksThatDoNotFitAndTouchNothing)
     resample_exit(clean);
 }
 
-TEST(PublicCalls, HandleHoldsItsFieldsInOrder)
+TEST(PublicCalls, HandleHoldsItsFieldsInOrderAndAGeneralResampler)
 {
     using Words = std::vector<std::uint64_t>;
-    resample_handle* handle = resample_init(2, -48000, -16000, 1000);
-    const auto* words = reinterpret_cast<const std::uint64_t*>(handle);
-    EXPECT_EQ(Words(words, words + 8), (Words{0, 1000, 0ULL - 48000, 0ULL - 16000, 2, 333, 1, 3}));
-    resample_exit(handle);
+    resample_handle* negative = resample_init(2, -48000, -16000, 1000);
+    const auto* words = reinterpret_cast<const std::uint64_t*>(negative);
+    EXPECT_EQ(Words(words + 1, words + 8), (Words{1000, 0ULL - 48000, 0ULL - 16000, 2, 333, 1, 3}));
+    resample_exit(negative);
+
+    // The band is 100 Hz to 200 Hz below the output's Nyquist frequency, at most 0.45 / ratio.
+    for (const int out_rate : {16000, 8000, 1000, 1001, 100}) {
+        resample_handle* handle = resample_init(3, 3 * out_rate, out_rate, 1000);
+        const CGeneralResampler& general = **reinterpret_cast<CGeneralResampler**>(handle);
+        const float per_hertz = 1.0F / static_cast<float>(3 * out_rate);
+        const float high = (static_cast<float>(out_rate) / 2 - 200) * per_hertz;
+        std::vector<float> taps(64);
+        GeneralFIRBandpass(taps.data(), 64, WIN_HAMMING, 100 * per_hertz,
+                           std::min(high, 0.45F / 3));
+        EXPECT_EQ(general.m_channels, 3);
+        EXPECT_EQ(general.m_inputLen, 999);
+        EXPECT_EQ(general.m_outputLen, 333);
+        for (int c = 0; c < 3; ++c) {
+            const FIRMRState& state = *general.m_states[c];
+            EXPECT_EQ(std::vector<float>(state.taps, state.taps + state.length), taps) << out_rate;
+        }
+        resample_exit(handle);
+    }
+}
+
+// Sanitizers watch.
+TEST(PublicCalls, AnyRatesAndLengthsOpenConvertAndClose)
+{
+    std::mt19937 generator(1);
+    const auto draw = [&](int from, int to) {
+        return std::uniform_int_distribution<int>(from, to)(generator);
+    };
+    const int rates[] = {0, 1, -1, 100, 300, -16000, 8000, 16000, 30000, INT_MAX, INT_MIN};
+    for (int attempt = 0; attempt < 1000; ++attempt) {
+        const int out_rate = rates[draw(0, 10)], channels = draw(0, 16), len = draw(0, 2000);
+        const int ratio = std::abs(out_rate / 2) < 20000 ? draw(-2, 6) : 1;
+        resample_handle* handle = resample_init(channels, out_rate * ratio, out_rate, len);
+        ASSERT_NE(handle, nullptr);
+        const int outputs = out_rate == 0 || ratio <= 0 ? 0 : len / ratio;
+        const Shorts in = loud(channels * outputs * ratio);
+        Shorts out(static_cast<std::size_t>(channels * outputs));
+        EXPECT_EQ(resample_process(handle, in.data(), out.data(), static_cast<int>(in.size())), 0);
+        resample_exit(handle);
+    }
 }
 
 TEST(Truncate, GoesTowardZeroAndSaturates)

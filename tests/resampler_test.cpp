@@ -73,7 +73,7 @@ TEST(GeneralResampler, TakesEnabledChannelsThroughTheEngineInEitherFormat)
             Shorts planar(kChannels * in_len, 9);
             Floats scaled(planar.size());
             float* rows[kChannels] = {}; // null for disabled channels
-            for (const std::size_t ch : {0, 3}) {
+            for (const std::size_t ch : {0UL, 3UL}) {
                 rows[ch] = &scaled[ch * in_len];
                 for (std::size_t i = 0; i < in_len; ++i) {
                     const int sample = stream[block * in_len + i] * kSign[ch];
@@ -99,44 +99,37 @@ TEST(GeneralResampler, TakesEnabledChannelsThroughTheEngineInEitherFormat)
     }
 }
 
-TEST(GeneralResampler, WhatDoesNotFitIsRefusedAndOddArgumentsAreSafe)
+TEST(GeneralResampler, RefusesWhatDoesNotFitAndIsSafeWithOddArguments)
 {
-    constexpr unsigned long kHuge = 1UL << 31U;
+    constexpr unsigned long kHuge = 1UL << 31U, kHalf = kHuge / 2;
     CGeneralResampler r;
-    float sample = 1;
-    float* rows[] = {&sample};
+    float samples[6] = {1, 1, 1, 1, 1, 1};
+    float* rows[] = {samples};
     Shorts planar(6, 1);
-    const auto init = [&](unsigned long channels, unsigned long up, unsigned long down,
-                          unsigned long frames, unsigned long taps, unsigned long rate) {
-        EXPECT_EQ(r.Init(channels, flags, up, down, frames, taps, rate, 0, kOpen), 1);
-    };
-    const auto run = [&] {
+    const auto runs = [&] {
         EXPECT_EQ(r.ResampleOneBlock(rows) + r.ResampleOneBlock(planar.data()), 0);
         return r.GetInt16Output() != nullptr && r.GetFloatOutput() != nullptr;
     };
-    EXPECT_FALSE(run()) << "before Init";
-    init(1, 1, 1, 1, 8, 8000);
-    EXPECT_TRUE(run());
-    init(1, 1, 6, 1, 1, 8000); // a longer block, for which the scratch must grow
-    r.ResampleOneBlock(planar.data());
-    EXPECT_NE(r.GetFloatOutput()[0][0], 0);
-    const unsigned long refused[][5] = {{kHuge, 1, 1, 1, 8},     {1, 1, 1, kHuge, 8},
-                                        {1, kHuge, 1, 1, 8},     {1, 1, kHuge, 1, 8},
-                                        {1, 1, 1, 1, kHuge},     {1, 1, kHuge / 2, 2, 8},
-                                        {1, kHuge / 2, 1, 2, 8}, {1, 1, 1, 1, kHuge / 2 + 1}};
-    for (const auto& [channels, up, down, frames, taps] : refused) {
-        init(channels, up, down, frames, taps, 8000);
-        EXPECT_FALSE(run()) << channels << " " << up << " " << down << " " << frames;
-    }
-    const unsigned long odd[][6] = {{0, 1, 1, 1, 8, 8000}, {1, 0, 0, 0, 8, 0}, {1, 0, 1, 1, 8, 1},
-                                    {1, 1, 0, 1, 8, 8000}, {1, 1, 1, 0, 8, 1}, {1, 1, 1, 1, 0, 1},
-                                    {1, 1, ~2UL, 0, 8, 1}, {1, 1, 1, 1, 1, 8}};
-    for (const auto& [channels, up, down, frames, taps, rate] : odd) {
-        init(channels, up, down, frames, taps, rate);
-        EXPECT_TRUE(run()) << channels << " " << up << " " << down << " " << frames;
+    EXPECT_FALSE(runs()) << "before Init";
+    struct {
+        bool fits;
+        unsigned long channels, up, down, frames, taps, rate;
+    } const cases[] = {
+        {true, 1, 1, 1, 1, 8, 8000},      {true, 1, 1, 6, 1, 1, 8000}, // a longer scratch buffer
+        {true, 0, 1, 1, 1, 8, 8000},      {true, 1, 0, 0, 0, 8, 0},
+        {true, 1, 0, 1, 1, 8, 1},         {true, 1, 1, 0, 1, 8, 8000},
+        {true, 1, 1, 1, 1, 0, 1},         {true, 1, 1, ~2UL, 0, 8, 1},
+        {false, kHuge, 1, 1, 1, 8, 8000}, {false, 1, 1, 1, kHuge, 8, 8000},
+        {false, 1, kHuge, 1, 1, 8, 8000}, {false, 1, 1, kHuge, 1, 8, 8000},
+        {false, 1, 1, kHalf, 2, 8, 8000}, {false, 1, kHalf, 1, 2, 8, 8000},
+        {false, 1, 1, 1, 1, kHuge, 8000}, {false, 1, 1, 1, 1, kHalf + 1, 8000},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(r.Init(c.channels, flags, c.up, c.down, c.frames, c.taps, c.rate, 0, kOpen), 1);
+        EXPECT_EQ(runs(), c.fits) << &c - cases;
     }
     EXPECT_EQ(r.UnInit() + r.UnInit(), 2);
-    EXPECT_FALSE(run()) << "after UnInit";
+    EXPECT_FALSE(runs()) << "after UnInit";
 }
 
 static_assert(offsetof(CGeneralResampler, m_outputLen) == 20);
