@@ -1,8 +1,12 @@
-// Sample formats, FIR engines and the Fourier transform beside naive loops and kissfft.
+// Sample formats, FIR engines, filter design and the Fourier transform, beside naive loops and
+// kissfft; what opening a handle takes.
+#include "api/resample_api.h"
 #include "bench/bench.h"
 #include "bench/naive_blocks.h"
 #include "convert/Resample_DatTypeConvert.h"
+#include "design/Resample_FIRFilterDesign.h"
 #include "fir/Resample_FIRFiltering.h"
+#include "fir/Resample_GeneralResampler.h"
 #include "kernels/Resample_Kernels_internal.h"
 #include "spectral/Resample_CFFT.h"
 
@@ -21,7 +25,7 @@ const NaiveBlocks* const kNaive[] = {
 #endif
 };
 
-// A job and what stands beside it; both do `units` of work per run.
+// A job and what stands beside it, if anything; both do `units` of work per run.
 struct Job {
     std::string name;
     std::string peer;
@@ -108,6 +112,41 @@ std::vector<Job> filters(int level)
     };
 }
 
+struct General {
+    General() { resampler.Init(1, &enabled, 1, 3, kBlock / 3, 64, 48000, 100, 7800); }
+    General(const General&) = delete;
+    General& operator=(const General&) = delete;
+    ~General() { resampler.UnInit(); }
+
+    int enabled = 1;
+    CGeneralResampler resampler;
+    std::vector<short> in = noise<short>(kBlock);
+};
+
+std::vector<Job> general(int level)
+{
+    constexpr int kTaps = 64;
+    const auto g = std::make_shared<General>();
+    const auto f = std::make_shared<Fir>(kTaps);
+    const auto naive = [f, filter = kNaive[level]->filter] {
+        filter(f->taps.data(), f->delay.data(), kTaps, f->index, f->in.data(), f->out.data(),
+               kBlock / 3);
+    };
+    return {
+        {"general, 1:3", "a modulo per tap", kBlock / 3 * kTaps, "tap",
+         [=] { g->resampler.ResampleOneBlock(g->in.data()); }, naive},
+        {"design", "a windowed sinc", kTaps, "tap",
+         [=] { GeneralFIRLowpass(f->taps.data(), kTaps, WIN_HAMMING, 0.15F); },
+         [=, design = kNaive[level]->design] { design(f->taps.data(), kTaps, 0.15); }},
+        {"open and close",
+         "",
+         1,
+         "handle",
+         [=] { resample_exit(resample_init(1, 48000, 16000, kBlock)); },
+         {}},
+    };
+}
+
 struct Transform {
     explicit Transform(int order) : points(1 << order)
     {
@@ -147,8 +186,9 @@ Job transform(int order)
 std::vector<Job> jobs(int level)
 {
     std::vector<Job> all = converters(level);
-    for (Job& job : filters(level))
-        all.push_back(std::move(job));
+    for (auto* more : {filters, general})
+        for (Job& job : more(level))
+            all.push_back(std::move(job));
     for (const int order : {10, 14})
         all.push_back(transform(order));
     return all;
@@ -176,7 +216,8 @@ void register_blocks(int level)
 {
     for (const Job& job : jobs(level)) {
         register_run(label(job.name, level), level, job.run);
-        register_run(peer_label(job, level), level, job.run_peer);
+        if (job.run_peer)
+            register_run(peer_label(job, level), level, job.run_peer);
     }
 }
 
@@ -184,8 +225,11 @@ void print_blocks(const Minima& minima, int level)
 {
     for (const Job& job : jobs(level)) {
         const double ns = minima.ns(label(job.name, level));
-        const double peer_ns = minima.ns(peer_label(job, level));
-        std::printf("  %-18s %9.0f ns  %6.3f ns per %-6s  %5.2f times as fast as %s\n",
-                    job.name.c_str(), ns, ns / job.units, job.unit, peer_ns / ns, job.peer.c_str());
+        std::printf("  %-18s %9.0f ns  %8.3f ns per %-6s", job.name.c_str(), ns, ns / job.units,
+                    job.unit);
+        if (job.run_peer)
+            std::printf("  %5.2f times as fast as %s", minima.ns(peer_label(job, level)) / ns,
+                        job.peer.c_str());
+        std::printf("\n");
     }
 }

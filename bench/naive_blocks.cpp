@@ -49,7 +49,17 @@ void filter(const float* taps, float* delay, std::size_t length, std::size_t& in
     }
 }
 
+void design(float* taps, int length, double edge)
+{
+    const double pi = std::acos(-1.0);
+    for (int n = 0; n < length; ++n) {
+        const double t = pi * (n - length / 2);
+        const double ideal = t == 0 ? 2 * edge : std::sin(2 * edge * t) / t;
+        taps[n] = static_cast<float>(ideal * (0.54 - 0.46 * std::cos(2 * pi * n / (length - 1))));
+    }
+}
+
 } // namespace
 
-const NaiveBlocks NAIVE_FORM = {short_to_float, float_to_short, wide_to_short, short_to_wide,
-                                filter};
+const NaiveBlocks NAIVE_FORM = {short_to_float, float_to_short, wide_to_short,
+                                short_to_wide,  filter,         design};

@@ -1,4 +1,4 @@
-// Sample formats and a FIR filter as naively written, compiled without vectorisation.
+// Sample formats, a FIR filter and its design as naively written, compiled without vectorisation.
 #ifndef RSMPL_BENCH_NAIVE_BLOCKS_H
 #define RSMPL_BENCH_NAIVE_BLOCKS_H
 
@@ -12,6 +12,8 @@ struct NaiveBlocks {
     // In a circular delay line, with a division for every tap.
     void (*filter)(const float* taps, float* delay, std::size_t length, std::size_t& index,
                    const float* in, float* out, std::size_t n);
+    // A low-pass: the ideal response, cut off by a Hamming window.
+    void (*design)(float* taps, int length, double edge);
 };
 
 extern const NaiveBlocks naive_blocks_baseline;

@@ -1,5 +1,7 @@
 // Measures the response of the filters from their impulse responses, as the library gives
 // them, and prints the figures that the documents quote.  See ./bench/run.
+#include "fir/Resample_FIRFiltering.h"
+#include "fir/Resample_GeneralResampler.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
 #include "kernels/Resample_Kernels_internal.h"
 
@@ -88,6 +90,38 @@ void print_design(const char* name, unsigned code, int ratio)
     std::putchar('\n');
 }
 
+// Where the band-pass of a general resampler that goes from 48 kHz down to up / down of that
+// passes and stops; from 100 Hz where `low` says so.
+void print_general(unsigned long up, unsigned long down, unsigned long taps, float low)
+{
+    int enabled = 1;
+    CGeneralResampler resampler;
+    resampler.Init(1, &enabled, up, down, 1, taps, 48000, low, 24000);
+    std::vector<double> response;
+    for (unsigned long n = 0; n < taps; ++n)
+        response.push_back(static_cast<double>(resampler.m_states[0]->taps[n]) /
+                           static_cast<double>(up));
+    resampler.UnInit();
+    const double rate = 48000.0 * static_cast<double>(up);
+    const auto decibels = [&](double hertz) {
+        return response_at(response, hertz / rate).decibels;
+    };
+    const auto falls_below = [&](double limit, double hertz) {
+        while (decibels(hertz) > limit)
+            hertz += 10;
+        return hertz / 1000;
+    };
+    const double from = 4000; // within every pass band
+    const double stop = falls_below(-50, from);
+    double beyond = -1000;
+    for (double hertz = 1000 * stop + 100; hertz < rate / 2; hertz += 10)
+        beyond = std::max(beyond, decibels(hertz));
+    std::printf("%lu:%lu, %3lu taps  %6.2f dB at DC, %6.2f at 300 Hz, -1 dB at %5.2f kHz, "
+                "-50 dB at %5.2f kHz, %5.1f dB beyond, delay %.2f ms\n",
+                up, down, taps, decibels(0), decibels(300), falls_below(-1, from), stop, beyond,
+                1000 * response_at(response, from / rate).delay / rate);
+}
+
 // Outputs of the 1:3 stage that the weakest level rounds otherwise than the strongest.
 template <typename NextSample>
 void print_difference_of_levels(const char* signal, NextSample next_sample)
@@ -125,6 +159,10 @@ int main()
     print_design("1:3, 3:1", 2, 3); // and, at the inserted rate, 2:3 and 3:2
     print_design("1:4, 4:1", 3, 4);
     print_design("1:6, 6:1", 4, 6);
+    std::puts("\nGeneral resampler, from 48 kHz:");
+    print_general(1, 3, 64, 100); // what every handle carries
+    print_general(1, 3, 64, 0);
+    print_general(2, 3, 192, 0);
     std::putchar('\n');
     std::mt19937 generator(1);
     std::uniform_real_distribution<float> sample(-20000, 20000);

@@ -136,20 +136,21 @@ TEST(Fir, EmptyFiltersAndCallsTouchNothing)
     FIRState* state = nullptr;
     EXPECT_THROW(FIRInitAlloc(&state, &tap, (1UL << 61U) - 1, nullptr), std::bad_array_new_length);
     FIRFree(state);
+    FIRFree(nullptr);
     FIRInitAlloc(&state, nullptr, 0, nullptr);
     FIRFiltering(state, block, block, 1);
     FIRGetDlyLine(state, nullptr);
     EXPECT_TRUE(block[0] == 0 && block[1] == 9 && state->index == 0);
     FIRFree(state);
-    FIRFree(nullptr);
-    for (unsigned zero = 0; zero < 7; ++zero) { // L, M, the count or none, without and with taps
+    const unsigned cases[][4] = {{0, 3, 2, 1}, {0, 0, 2, 1}, {0, 3, 0, 1}, {0, 3, 2, 0},
+                                 {3, 0, 2, 1}, {3, 3, 0, 1}, {3, 3, 2, 0}}; // the first gives zeros
+    for (const auto& [length, L, M, n] : cases) {
         float out[] = {9, 9, 9, 9};
         FIRMRState* rates = nullptr;
-        FIRMRInitAlloc(&rates, taps, zero < 4 ? 0 : 3, zero % 4 == 0 ? 0 : 3,
-                       zero % 4 == 1 ? 0 : 2);
-        FIRMRFiltering(rates, block, out, zero % 4 != 2);
-        EXPECT_EQ(std::count(out, out + 3, 0), zero == 3 ? 3 : 0) << zero;
-        EXPECT_TRUE(out[3] == 9 && rates->index == 0) << zero;
+        FIRMRInitAlloc(&rates, taps, length, L, M);
+        FIRMRFiltering(rates, block, out, n);
+        EXPECT_EQ(std::count(out, out + 4, 0), length == 0 && L * M * n > 0 ? 3 : 0);
+        EXPECT_TRUE(out[3] == 9 && rates->index == 0);
         FIRMRFree(rates);
     }
     std::uint32_t position = 3; // beyond the history of 2

@@ -13,11 +13,10 @@ using Floats = std::vector<float>;
 using Shorts = std::vector<short>;
 
 constexpr unsigned long kFrames = 20, kBlocks = 5, kTaps = 48;
-constexpr std::size_t kChannels = 5;
-int flags[kChannels] = {1, 0, 2, 1, -1};
-constexpr short kSign[kChannels] = {1, 0, 0, -1, 0}; // of the stream in each channel
-constexpr float kScale = 1.0F / 8192;                // a power of two: results scale exactly
-constexpr float kOpen = 1e9F;                        // Hz
+int flags[] = {1, 0, 2, 1, -1};
+constexpr float kSign[] = {1, 0, 0, -1, 0}; // of the stream in each channel
+constexpr float kScale = 1.0F / 8192;       // a power of two: results scale exactly
+constexpr float kOpen = 1e9F;               // Hz
 
 struct Case {
     unsigned long up, down, rate;
@@ -37,62 +36,46 @@ constexpr Case kCases[] = {
 // Half away from zero, clipped.
 short to_short(float sample)
 {
-    const double scaled = std::round(static_cast<double>(sample) * 32768);
-    return static_cast<short>(std::clamp(scaled, -32768.0, 32767.0));
-}
-
-// The stream of one channel at once, through the engine.
-Floats filtered(const Case& c, const Floats& taps, const short* stream, std::size_t len)
-{
-    Floats in(stream, stream + len), out(len / c.down * c.up);
-    FIRMRState* state = nullptr;
-    FIRMRInitAlloc(&state, taps.data(), taps.size(), c.up, c.down);
-    FIRMRFiltering(state, in.data(), out.data(), len / c.down);
-    FIRMRFree(state);
-    return out;
+    return static_cast<short>(std::clamp(std::round(sample * 32768.0), -32768.0, 32767.0));
 }
 
 TEST(GeneralResampler, TakesEnabledChannelsThroughTheEngineInEitherFormat)
 {
     for (const Case& c : kCases) {
         const std::size_t in_len = kFrames * c.down, out_len = kFrames * c.up;
-        Floats taps(kTaps);
+        CGeneralResampler floats, shorts;
+        for (CGeneralResampler* r : {&floats, &shorts})
+            EXPECT_EQ(r->Init(5, flags, c.up, c.down, kFrames, kTaps, c.rate, c.low, c.high), 1);
+        Floats taps(kTaps), stream = noise(static_cast<int>(kBlocks * in_len));
+        Floats expected(kBlocks * out_len);
         GeneralFIRBandpass(taps.data(), kTaps, WIN_HAMMING, c.low_edge, c.high_edge);
         for (float& tap : taps)
             tap *= static_cast<float>(c.up);
-        const Floats values = noise(static_cast<int>(kBlocks * in_len));
-        const Shorts stream(values.begin(), values.end());
-        const Floats expected = filtered(c, taps, stream.data(), stream.size());
-
-        CGeneralResampler floats, shorts;
-        for (CGeneralResampler* each : {&floats, &shorts})
-            EXPECT_EQ(
-                each->Init(kChannels, flags, c.up, c.down, kFrames, kTaps, c.rate, c.low, c.high),
-                1);
+        for (float& sample : stream)
+            sample = std::trunc(sample);
+        FIRMRState* engine = nullptr; // takes all blocks at once
+        FIRMRInitAlloc(&engine, taps.data(), kTaps, c.up, c.down);
+        FIRMRFiltering(engine, stream.data(), expected.data(), kBlocks * kFrames);
+        FIRMRFree(engine);
         for (std::size_t block = 0; block < kBlocks; ++block) {
-            Shorts planar(kChannels * in_len, 9);
-            Floats scaled(planar.size());
-            float* rows[kChannels] = {}; // null for disabled channels
-            for (const std::size_t ch : {0UL, 3UL}) {
-                rows[ch] = &scaled[ch * in_len];
-                for (std::size_t i = 0; i < in_len; ++i) {
-                    const int sample = stream[block * in_len + i] * kSign[ch];
-                    planar[ch * in_len + i] = static_cast<short>(sample);
-                    rows[ch][i] = kScale * static_cast<float>(sample);
+            Shorts planar(5 * in_len, 9);
+            Floats in(5 * in_len);
+            float* rows[] = {&in[0], nullptr, nullptr, &in[3 * in_len], nullptr};
+            for (std::size_t i = 0; i < in_len; ++i) {
+                for (const std::size_t ch : {0UL, 3UL}) {
+                    rows[ch][i] = kScale * kSign[ch] * stream[block * in_len + i];
+                    planar[ch * in_len + i] = static_cast<short>(rows[ch][i] / kScale);
                 }
             }
-            EXPECT_EQ(floats.ResampleOneBlock(rows), 0);
-            EXPECT_EQ(shorts.ResampleOneBlock(planar.data()), 0);
+            EXPECT_EQ(floats.ResampleOneBlock(rows) + shorts.ResampleOneBlock(planar.data()), 0);
             const short* const pcm = floats.GetInt16Output();
             const short* const loud = shorts.GetInt16Output();
-            for (std::size_t ch = 0; ch < kChannels; ++ch) {
-                for (std::size_t i = 0; i < out_len; ++i) {
-                    const float value = expected[block * out_len + i] * kSign[ch];
-                    ASSERT_EQ(floats.GetFloatOutput()[ch][i], kScale * value);
-                    ASSERT_EQ(shorts.GetFloatOutput()[ch][i], value);
-                    ASSERT_EQ(pcm[ch * out_len + i], to_short(kScale * value));
-                    ASSERT_EQ(loud[ch * out_len + i], to_short(value));
-                }
+            for (std::size_t i = 0; i < 5 * out_len; ++i) {
+                const std::size_t ch = i / out_len, at = i % out_len;
+                const float value = expected[block * out_len + at] * kSign[ch];
+                ASSERT_EQ(floats.GetFloatOutput()[ch][at], kScale * value);
+                ASSERT_EQ(shorts.GetFloatOutput()[ch][at], value);
+                ASSERT_TRUE(pcm[i] == to_short(kScale * value) && loud[i] == to_short(value));
             }
         }
         EXPECT_EQ(floats.UnInit() + shorts.UnInit(), 2);
@@ -110,25 +93,19 @@ TEST(GeneralResampler, RefusesWhatDoesNotFitAndIsSafeWithOddArguments)
         EXPECT_EQ(r.ResampleOneBlock(rows) + r.ResampleOneBlock(planar.data()), 0);
         return r.GetInt16Output() != nullptr && r.GetFloatOutput() != nullptr;
     };
-    EXPECT_FALSE(runs()) << "before Init";
-    struct {
-        bool fits;
-        unsigned long channels, up, down, frames, taps, rate;
-    } const cases[] = {
-        {true, 1, 1, 1, 1, 8, 8000},      {true, 1, 1, 6, 1, 1, 8000}, // a longer scratch buffer
-        {true, 0, 1, 1, 1, 8, 8000},      {true, 1, 0, 0, 0, 8, 0},
-        {true, 1, 0, 1, 1, 8, 1},         {true, 1, 1, 0, 1, 8, 8000},
-        {true, 1, 1, 1, 1, 0, 1},         {true, 1, 1, ~2UL, 0, 8, 1},
-        {false, kHuge, 1, 1, 1, 8, 8000}, {false, 1, 1, 1, kHuge, 8, 8000},
-        {false, 1, kHuge, 1, 1, 8, 8000}, {false, 1, 1, kHuge, 1, 8, 8000},
-        {false, 1, 1, kHalf, 2, 8, 8000}, {false, 1, kHalf, 1, 2, 8, 8000},
-        {false, 1, 1, 1, 1, kHuge, 8000}, {false, 1, 1, 1, 1, kHalf + 1, 8000},
+    using ulong = unsigned long;
+    const auto fits = [&](ulong channels, ulong up, ulong down, ulong frames, ulong taps) {
+        EXPECT_EQ(r.Init(channels, flags, up, down, frames, taps, 8000, 0, kOpen), 1);
+        return runs();
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(r.Init(c.channels, flags, c.up, c.down, c.frames, c.taps, c.rate, 0, kOpen), 1);
-        EXPECT_EQ(runs(), c.fits) << &c - cases;
-    }
-    EXPECT_EQ(r.UnInit() + r.UnInit(), 2);
+    EXPECT_FALSE(runs()) << "before Init";
+    EXPECT_TRUE(fits(1, 1, 1, 1, 8) && fits(1, 1, 6, 1, 1)); // then a longer scratch buffer
+    EXPECT_TRUE(fits(0, 1, 1, 1, 8) && fits(1, 0, 0, 0, 8) && fits(1, 0, 1, 1, 8));
+    EXPECT_TRUE(fits(1, 1, 0, 1, 8) && fits(1, 1, 1, 1, 0) && fits(1, 1, ~2UL, 0, 8));
+    EXPECT_FALSE(fits(kHuge, 1, 1, 1, 8) || fits(1, 1, 1, kHuge, 8) || fits(1, kHuge, 1, 1, 8));
+    EXPECT_FALSE(fits(1, 1, kHuge, 1, 8) || fits(1, 1, kHalf, 2, 8) || fits(1, kHalf, 1, 2, 8));
+    EXPECT_FALSE(fits(1, 1, 1, 1, kHuge) || fits(1, 1, 1, 1, kHalf + 1));
+    EXPECT_EQ(r.Init(1, flags, 1, 1, 1, 8, 0, -kOpen, NAN) + r.UnInit() + r.UnInit(), 3);
     EXPECT_FALSE(runs()) << "after UnInit";
 }
 
