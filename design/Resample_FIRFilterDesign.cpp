@@ -100,7 +100,7 @@ void transform_back(CGeneralFIRDesigner& d)
 }
 
 // A delay by `fraction` of a sample turns bin k by -2 pi fraction k / M.
-void delay(CGeneralFIRDesigner& d, float fraction)
+void turn_phase(CGeneralFIRDesigner& d, float fraction)
 {
     d.m_fft->CartToPolar(d.m_spectrum, d.m_magnitude, d.m_phase);
     const float slope = fraction * kMinusTwoPi / static_cast<float>(d.m_fftSize);
@@ -173,7 +173,7 @@ void design(CGeneralFIRDesigner& d, float low, float high, float centre)
     if (has_low || has_high || has_fraction) {
         transform_forth(d);
         if (has_fraction)
-            delay(d, fraction);
+            turn_phase(d, fraction);
         if (has_low)
             cut_below(d, low);
         if (has_high)

@@ -8,16 +8,18 @@
  * place.
  *
  *     len, L     count of taps, up to 2^30; typically 64
- *     type       the window, which is symmetric about (L - 1) / 2
+ *     type       the window.  Before the shift it is symmetric about (L - 1) / 2, and the impulse
+ *                at L / 2
  *     low, high  band edges as fractions of the sampling rate, 0.5 being the Nyquist frequency.
- *                A low edge up to 1e-5 and a high edge from 0.5 on are absent
+ *                A low edge up to 1e-5, a high edge from 0.5 on, and NaN are absent
  *     centre     where the peak of the response goes, in samples from the first tap, 0 to L: the
- *                delay of the filter
+ *                delay of the filter.  What a shift moves beyond the taps is lost: best near L / 2
  *     out        receives L taps
  *
  * The transform has M points, the power of two from L on.  A bin k reaches from (k - 1/2) / M to
- * (k + 1/2) / M; the one that holds an edge is weighted by the part of it that lies within the
- * band.  The gain of the pass band is 1 before the window; nothing is normalised after it.
+ * (k + 1/2) / M; the one that holds an edge is weighted by the part of it that the edge leaves,
+ * by both parts when it holds both edges.  The gain of the pass band is 1 before the window;
+ * nothing is normalised after it.  A Hamming window then takes about 3 / L from -1 to -50 dB.
  *
  * Low-pass, high-pass and band-pass have their centre at L / 2, half a sample later than the
  * window's.  Exactly linear phase has the centre (L - 1) / 2 of an odd L, to be had from
@@ -27,9 +29,9 @@
  * negative: it is truncated toward zero.  A whole centre without edges gives the bare impulse,
  * 1 at that tap, not weighted.
  *
- * Nothing is refused but a len above 2^30.  A band outside 0 to 0.5 and a centre beyond the taps
- * give taps of 0 where nothing is left.  A len of 1 is designed like any other, with M = 1; a
- * len below 1 writes nothing.
+ * Nothing is refused but a len above 2^30.  Bands and centres far outside their ranges, infinite
+ * ones too, give taps of 0; a NaN centre counts as 0.  A len of 1 is designed like any other, with
+ * M = 1; a len below 1 writes nothing.
  *
  * A designer must not be used by two threads at once; distinct ones are independent, and the
  * plain functions may be called anywhere.  [rt]: neither allocates, locks, prints nor touches
@@ -58,7 +60,8 @@ extern "C" {
 int GeneralFIRDesign(float* out, int len, General_WindowType type, float low, float high,
                      float centre);
 
-/* Passes everything, delayed by `delay` samples, which need not be whole. */
+/* Passes everything, delayed by `delay` samples, which need not be whole; as good as what is left
+ * of the windowed response after the shift. */
 int GeneralFIRFractionalDelay(float* out, int len, General_WindowType type, float delay);
 
 /* Pass what is below fc, above fc, between f1 and f2. */
@@ -107,7 +110,7 @@ public:
     int m_fftOrder;       /* log2 of M */
     int m_numBins;        /* M / 2 + 1 */
     float* m_timeBuf;     /* M samples; null when L = M, where out serves during a design */
-    DCOMPLEX* m_spectrum; /* of the last design, before the window */
+    DCOMPLEX* m_spectrum; /* per bin, before the window; not set by a bare impulse */
     float* m_magnitude;   /* per bin; set by designs with a fractional centre only, as m_phase */
     float* m_phase;       /* per bin, in radians */
     float* m_window;      /* L values; null for WIN_NONE */

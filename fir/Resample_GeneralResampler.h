@@ -3,7 +3,7 @@
  *
  *     int enabled[] = {1, 1};
  *     CGeneralResampler resampler; // 48 to 32 kHz, 20 ms: 320 frames of 3 samples in, 2 out
- *     resampler.Init(2, enabled, 2, 3, 320, 96, 48000, 0, 48000);
+ *     resampler.Init(2, enabled, 2, 3, 320, 192, 48000, 0, 48000);
  *     resampler.ResampleOneBlock(rows);
  *     float** out = resampler.GetFloatOutput();
  *     ...
@@ -13,10 +13,12 @@
  * stream go through one object in order, and join without a seam.
  *
  * The filter is GeneralFIRBandpass with a Hamming window, times `up`.  Its edges are fractions of
- * the input rate, but the taps act at `up` times that rate: an edge of f Hz lies at up * f.  The
- * high edge is at most 0.45 times the lower of input and output rate (0.45 / max(up, down) at the
- * rate of the taps), which keeps images and aliases out; NaN means that limit.  A low edge of 0
- * is none.  The delay is half the taps, at the rate of the taps.
+ * the input rate, but the taps act at `up` times that rate: an edge of f Hz comes to lie at
+ * up * f.  For 3.4 kHz at 2:1, ask for 1.7.  A low edge of 0 is none.  The high edge is capped to
+ * lie at 0.45 times the lower of input and output rate; NaN means that cap.  It is the middle of
+ * a transition about 3 / tap_count of the taps' rate wide.  At half the lower rate, where images
+ * and aliases begin, 64 taps at 1:3 or 3:1 have fallen by 23 dB, 192 taps by 62.  The delay is
+ * half the taps, at the rate of the taps.
  *
  * An object must not be used by two threads at once; distinct ones are independent.  [rt]:
  * neither allocates, locks, prints nor touches files. */
@@ -39,12 +41,12 @@ public:
      *   flags      `channels` of them, copied: 1 enables a channel, any other value disables it
      *   up, down   the ratio
      *   frames     block length
-     *   tap_count  of the filter, typically 64 times max(up, down) / 3 or more
+     *   tap_count  of the filter, typically 64 * max(up, down)
      *   rate       of the input in Hz
      *   low, high  band edges in Hz
-     * Returns 1, always.  When memory is short, or when channels, tap_count or the samples of a
-     * block do not fit an int, nothing is kept: GetFloatOutput and GetInt16Output then return
-     * null, and blocks do nothing. */
+     * Returns 1, always.  When memory is short, channels or the samples of a block do not fit an
+     * int, or tap_count exceeds 2^30, nothing is kept: GetFloatOutput and GetInt16Output then
+     * return null, and blocks do nothing. */
     int Init(unsigned long channels, int* flags, unsigned long up, unsigned long down,
              unsigned long frames, unsigned long tap_count, unsigned long rate, float low,
              float high);
@@ -54,21 +56,24 @@ public:
     int UnInit();
 
     /* Filters a block of every enabled channel.  in[c] points to m_inputLen samples, full scale
-     * being 1; it is not looked at for disabled channels.  Returns 0.  [rt] */
+     * being 1, which are not among the outputs; it is not looked at for disabled channels.
+     * Returns 0.  [rt] */
     int ResampleOneBlock(float** in);
 
     /* The same for planar 16-bit samples, channel c at c * m_inputLen.  They become floats of the
-     * same value: full scale is 32768, 32768 times what GetInt16Output takes for it.  Returns 0.
-     * [rt] but for the first call, which allocates; when memory is short it does nothing. */
+     * same value: full scale is 32768, 32768 times what GetInt16Output and the other form take it
+     * for.  Returns 0.  [rt] but for the first call, which allocates; when memory is short it
+     * does nothing. */
     int ResampleOneBlock(short* in);
 
-    /* The last block, a row of m_outputLen samples per channel, until the next one or UnInit;
-     * zeros before the first, and for disabled channels.  [rt] */
+    /* The last block, a row of m_outputLen samples per channel; zeros before the first, and for
+     * disabled channels.  The rows stay in place, and are written by blocks, until UnInit or
+     * another Init.  [rt] */
     float** GetFloatOutput();
 
     /* The last block as planar 16-bit samples, channel c at c * m_outputLen: times 32768, rounded
-     * to nearest, halves away from zero, and clipped.  Those of disabled channels are zero.
-     * [rt] */
+     * to nearest, halves away from zero, and clipped; NaN gives 32767.  Those of disabled channels
+     * are zero.  The array stays in place too; each call writes it anew.  [rt] */
     short* GetInt16Output();
 
     /* To look at, not to write.  The arrays are owned by the object. */

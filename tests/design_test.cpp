@@ -68,23 +68,36 @@ TEST(Design, IsTheWindowedBandOfTheClosedForm)
     }
 }
 
-TEST(Design, PlainFunctionsAndMethodsAreTheGenericDesign)
+TEST(Design, PlainFunctionsAndMethodsPassTheirBands)
 {
     constexpr int L = 65;
     CGeneralFIRDesigner designer(L, WIN_HANNING);
-    const auto expect = [&](float low, float high, float centre, auto plain, auto method,
-                            auto... arguments) {
-        std::vector<float> generic(L), by_plain(L), by_method(L);
-        EXPECT_EQ(GeneralFIRDesign(generic.data(), L, WIN_HANNING, low, high, centre), 1);
+    using Taps = std::vector<float>;
+    const auto gain = [](const Taps& taps, double frequency) {
+        std::complex<double> sum, turned = 1;
+        for (const float tap : taps) {
+            sum += turned * static_cast<double>(tap);
+            turned *= std::polar(1.0, 2 * M_PI * frequency);
+        }
+        return std::abs(sum);
+    };
+    const auto expect = [&](double pass, double stop, const Taps& edges_and_centre, auto plain,
+                            auto method, auto... arguments) {
+        Taps generic(L), by_plain(L), by_method(L);
+        const float* e = edges_and_centre.data();
+        EXPECT_EQ(GeneralFIRDesign(generic.data(), L, WIN_HANNING, e[0], e[1], e[2]), 1);
         EXPECT_EQ(plain(by_plain.data(), L, WIN_HANNING, arguments...), 1);
         EXPECT_EQ((designer.*method)(arguments..., by_method.data()), 1);
-        EXPECT_TRUE(by_plain == generic && by_method == generic) << low << " " << high;
+        EXPECT_TRUE(by_plain == generic && by_method == generic) << pass;
+        EXPECT_NEAR(gain(generic, pass), 1, 0.005);
+        EXPECT_LT(gain(generic, stop), 0.005);
     };
     using Designer = CGeneralFIRDesigner;
-    expect(-1, 0.2F, 32.5F, GeneralFIRLowpass, &Designer::LowpassDesign, 0.2F);
-    expect(0.2F, 1, 32.5F, GeneralFIRHighpass, &Designer::HighpassDesign, 0.2F);
-    expect(0.1F, 0.3F, 32.5F, GeneralFIRBandpass, &Designer::BandpassDesign, 0.1F, 0.3F);
-    expect(-1, 1, 9.3F, GeneralFIRFractionalDelay, &Designer::FractionalDelay, 9.3F);
+    expect(0.15, 0.25, {-1, 0.2F, 32.5F}, GeneralFIRLowpass, &Designer::LowpassDesign, 0.2F);
+    expect(0.25, 0.15, {0.2F, 1, 32.5F}, GeneralFIRHighpass, &Designer::HighpassDesign, 0.2F);
+    expect(0.2, 0.35, {0.1F, 0.3F, 32.5F}, GeneralFIRBandpass, &Designer::BandpassDesign, 0.1F,
+           0.3F);
+    expect(0.1, 0.5, {-1, 1, 32.5F}, GeneralFIRFractionalDelay, &Designer::FractionalDelay, 32.5F);
 }
 
 TEST(Design, ThresholdsAndRoundings)
@@ -117,6 +130,8 @@ TEST(Design, AnyArgumentsAreSafe)
                     Guarded taps(std::max(L, 0));
                     EXPECT_EQ(GeneralFIRDesign(taps.data(), L, WIN_BLACKMAN, low, high, centre), 1);
                     EXPECT_EQ(taps.untouched(), 0);
+                    for (const float tap : taps.block())
+                        ASSERT_TRUE(std::isfinite(tap));
                 }
     const std::vector<float> none(8);
     Guarded taps(8), again(8);
