@@ -13,6 +13,9 @@
 #include <random>
 #include <vector>
 
+using Floats = std::vector<float>;
+using Shorts = std::vector<short>;
+
 struct Stage {
     float* (*init)(float* ctx);
     void (*run)(const float* in, float* out, float* ctx, int len);
@@ -43,7 +46,7 @@ constexpr Stage kStages[] = {
 
 // What a stage makes of a whole stream, in double precision throughout.  The sections are in
 // transposed direct form II, with other states than the library's.
-inline std::vector<double> model_of(const Stage& stage, const std::vector<float>& in)
+inline std::vector<double> model_of(const Stage& stage, const Floats& in)
 {
     double state[4][2] = {};
     std::vector<double> out;
@@ -64,11 +67,11 @@ inline std::vector<double> model_of(const Stage& stage, const std::vector<float>
     return out;
 }
 
-inline std::vector<float> noise(int len, unsigned seed = 1)
+inline Floats noise(int len, unsigned seed = 1)
 {
     std::mt19937 generator(seed);
     std::uniform_real_distribution<float> sample(-8000, 8000);
-    std::vector<float> values(static_cast<std::size_t>(len));
+    Floats values(static_cast<std::size_t>(len));
     std::generate(values.begin(), values.end(), [&] { return sample(generator); });
     return values;
 }
@@ -91,10 +94,10 @@ struct Guarded {
 
     explicit Guarded(int len) : all(static_cast<std::size_t>(len + 2 * kGuards), kMark) {}
     float* data() { return all.data() + kGuards; }
-    std::vector<float> block() const { return {all.begin() + kGuards, all.end() - kGuards}; }
+    Floats block() const { return {all.begin() + kGuards, all.end() - kGuards}; }
     auto untouched() const { return std::count(all.begin(), all.end(), kMark) - 2 * kGuards; }
 
-    std::vector<float> all;
+    Floats all;
 };
 
 #endif

@@ -78,9 +78,9 @@ TEST(Convert, EveryLengthAndOffsetGivesWhatOneSampleGives)
 
 TEST(Convert, GivesTheStatedValues)
 {
-    const float floats[] = {1.5F, -1.5F, 2.4F, 0.49F, 32766.6F, -32768.4F};
     const long wides[] = {98304, -98304, -65536, -16384, 32768, LONG_MAX};
     std::vector<short> out(6);
+    const float floats[] = {1.5F, -1.5F, 2.4F, 0.49F, 32766.6F, -32768.4F};
     Convert_FloatToShort(out.data(), floats, 6, 1);
     EXPECT_EQ(out, (std::vector<short>{2, -2, 2, 0, 32767, -32768}));
     Convert_Int32ToInt16(out.data(), wides, 6, 1);

@@ -6,7 +6,6 @@
 namespace
 {
 
-using Floats = std::vector<float>;
 using Convert = unsigned(void* ctx, const float* in, float* out, int len, unsigned code);
 
 TEST(Dispatch, RunsEachCodesStageForTheLengthsOfItsRule)

@@ -8,8 +8,6 @@
 namespace
 {
 
-using Floats = std::vector<float>;
-
 void expect_same(const Floats& values, const float* expected)
 {
     for (std::size_t i = 0; i < values.size(); ++i)

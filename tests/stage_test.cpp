@@ -8,8 +8,6 @@
 namespace
 {
 
-using Floats = std::vector<float>;
-
 double checksum(const float* table)
 {
     double sum = 0;

@@ -20,7 +20,6 @@ TEST(Windows, RoundAsTheyShould)
 {
     for (auto* fill : {WinBlackman, WinHamming, WinHanning}) {
         EXPECT_EQ(value(fill, 1, 0), fill == WinHamming ? 0.08F : 0.0F);
-        fill(nullptr, 0);
         fill(nullptr, -0x7FFFFFFF - 1);
     }
     // Figures from a model in exact fractions over libm's cosf.  A step from 2 pi / (N - 1) for
