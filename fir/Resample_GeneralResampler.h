@@ -44,7 +44,7 @@ public:
      *   tap_count  of the filter, typically 64 * max(up, down)
      *   rate       of the input in Hz
      *   low, high  band edges in Hz
-     * Returns 1, always.  When memory is short, channels or the samples of a block do not fit an
+     * Returns 1, always.  When memory is short, channels, frames or a block's samples do not fit an
      * int, or tap_count exceeds 2^30, nothing is kept: GetFloatOutput and GetInt16Output then
      * return null, and blocks do nothing. */
     int Init(unsigned long channels, int* flags, unsigned long up, unsigned long down,
