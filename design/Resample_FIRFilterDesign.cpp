@@ -110,7 +110,7 @@ void turn_phase(CGeneralFIRDesigner& d, float fraction)
     d.m_spectrum[d.m_numBins - 1].im = 0; // at the Nyquist frequency a real signal has none
 }
 
-// An edge lies in bin i = floor(x) with x = edge M + 1/2, which is x - i past that bin's start.
+// An edge lies in bin i, the whole part of x = edge M + 1/2, and x - i past that bin's start.
 struct EdgeBin {
     EdgeBin(const CGeneralFIRDesigner& d, float edge)
         : x(std::fma(edge, static_cast<float>(d.m_fftSize), 0.5F)), i(rsmpl::truncate_saturating(x))
