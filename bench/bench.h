@@ -60,7 +60,8 @@ std::vector<T> noise(std::size_t count)
 void register_stages(int level);
 void print_stages(const Minima& minima, int level);
 
-// Sample formats, FIR engines and the Fourier transform.
+// Sample formats, FIR engines, the general resampler, filter design, the Fourier transform, and
+// the opening of a handle.
 void register_blocks(int level);
 void print_blocks(const Minima& minima, int level);
 

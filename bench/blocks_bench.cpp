@@ -88,14 +88,21 @@ struct Fir {
     std::size_t index = 0;
 };
 
+// The naive filter over n samples, in `f`.
+auto naive_filter(const std::shared_ptr<Fir>& f, int level)
+{
+    return [f, filter = kNaive[level]->filter](std::size_t n) {
+        filter(f->taps.data(), f->delay.data(), f->taps.size(), f->index, f->in.data(),
+               f->out.data(), n);
+    };
+}
+
 std::vector<Job> filters(int level)
 {
     constexpr int kTaps = 64;
     const auto f = std::make_shared<Fir>(kTaps);
     const std::string peer = "a modulo per tap";
-    const auto naive = [f, filter = kNaive[level]->filter](std::size_t n) {
-        filter(f->taps.data(), f->delay.data(), kTaps, f->index, f->in.data(), f->out.data(), n);
-    };
+    const auto naive = naive_filter(f, level);
     return {
         {"FIRFiltering", peer, kBlock * kTaps, "tap",
          [=] { FIRFiltering(f->state, f->in.data(), f->out.data(), kBlock); },
@@ -128,13 +135,10 @@ std::vector<Job> general(int level)
     constexpr int kTaps = 64;
     const auto g = std::make_shared<General>();
     const auto f = std::make_shared<Fir>(kTaps);
-    const auto naive = [f, filter = kNaive[level]->filter] {
-        filter(f->taps.data(), f->delay.data(), kTaps, f->index, f->in.data(), f->out.data(),
-               kBlock / 3);
-    };
+    const auto naive = naive_filter(f, level);
     return {
         {"general, 1:3", "a modulo per tap", kBlock / 3 * kTaps, "tap",
-         [=] { g->resampler.ResampleOneBlock(g->in.data()); }, naive},
+         [=] { g->resampler.ResampleOneBlock(g->in.data()); }, [=] { naive(kBlock / 3); }},
         {"design", "a windowed sinc", kTaps, "tap",
          [=] { GeneralFIRLowpass(f->taps.data(), kTaps, WIN_HAMMING, 0.15F); },
          [=, design = kNaive[level]->design] { design(f->taps.data(), kTaps, 0.15); }},

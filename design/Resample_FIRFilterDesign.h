@@ -42,14 +42,18 @@
 #pragma GCC visibility push(default)
 
 /* Values other than these count as WIN_NONE. */
-typedef enum General_WindowType
 #ifdef __cplusplus
-    : int
+enum General_WindowType : int
+#else
+enum General_WindowType
 #endif
-{ WIN_NONE = 0, /* rectangular */
-  WIN_BLACKMAN = 1,
-  WIN_HAMMING = 2,
-  WIN_HANNING = 3 } General_WindowType;
+{
+    WIN_NONE = 0, /* rectangular */
+    WIN_BLACKMAN = 1,
+    WIN_HAMMING = 2,
+    WIN_HANNING = 3
+};
+typedef enum General_WindowType General_WindowType;
 
 #ifdef __cplusplus
 extern "C" {

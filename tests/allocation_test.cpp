@@ -111,6 +111,11 @@ TEST(Allocation, FailureAnywhereIsToldAndReleasesEverything)
     for (const int channels : {0, 1, 16})
         EXPECT_EQ(allocations_of([=] { return open_and_close(channels, 48000); }),
                   3 + 1 + general + (3 + 3) * channels);
+    short** rows = nullptr; // the largest sizes that do not throw
+    FIRState* state = nullptr;
+    EXPECT_FALSE(iCalloc(rows, (1UL << 60U) - 1, 1));
+    EXPECT_EQ(FIRInitAlloc(&state, nullptr, (1UL << 61U) - 2, nullptr), 0);
+    FIRFree(state);
     until_failure = live = 0;
     watching = true;
     for (int cycle = 0; cycle < 1000; ++cycle)

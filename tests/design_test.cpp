@@ -8,17 +8,15 @@
 namespace
 {
 
-constexpr float kAbsentLow = -1, kAbsentHigh = 1;
-
 // The definition in double precision.  Every bin within the band, weighted by the part of it that
 // is within, is a cosine whose peak is at L/2 and the fraction; these are summed, windowed, and
 // shifted until the peak is at the centre.
 std::vector<double> closed_form(int L, int M, int type, double low, double high, double centre)
 {
     if (high >= 0.5)
-        high = kAbsentHigh;
+        high = 1; // absent
     const double whole = std::trunc(centre), fraction = std::max(centre - whole, 0.0);
-    const bool bare = low < 0 && high == kAbsentHigh && fraction == 0;
+    const bool bare = low < 0 && high == 1 && fraction == 0;
     std::vector<double> taps(static_cast<std::size_t>(L));
     for (int n = 0; n < L; ++n) {
         const int at = n + static_cast<int>(whole) - L / 2;
@@ -52,8 +50,8 @@ TEST(Design, IsTheWindowedBandOfTheClosedForm)
         const auto length = static_cast<float>(L), M = static_cast<float>(size);
         // Edges within a bin, on its centre, and between two; centres between and on samples,
         // before, at and beyond the middle.
-        for (const float low : {kAbsentLow, 0.107F, 0.125F, 0.125F + 0.5F / M})
-            for (const float high : {kAbsentHigh, 0.311F, 0.375F, 0.375F + 0.5F / M})
+        for (const float low : {-1.0F, 0.107F, 0.125F, 0.125F + 0.5F / M})
+            for (const float high : {1.0F, 0.311F, 0.375F, 0.375F + 0.5F / M})
                 for (const float centre : {length / 2, std::floor(length * 0.3F) + 0.3F, 0.0F,
                                            std::floor(length * 0.8F), length + 2.25F, -1.5F}) {
                     Floats taps(static_cast<std::size_t>(L));
