@@ -4,9 +4,9 @@
 #include "api/resample_api.h"
 
 #include "api/resample_handle_internal.h"
-#include "convert/Resample_Truncate_internal.h"
 #include "fir/Resample_GeneralResampler.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
+#include "kernels/Resample_Kernels_internal.h"
 
 #include <algorithm>
 #include <cmath>
@@ -107,13 +107,6 @@ void release(resample_handle* handle, uint64_t channels)
     std::free(handle);
 }
 
-// Cut to 16 bits, not clipped: 32768 becomes -32768.
-void narrow(const float* from, short* to, uint64_t count)
-{
-    for (uint64_t i = 0; i < count; ++i)
-        to[i] = static_cast<short>(rsmpl::truncate_saturating(from[i]));
-}
-
 // What a handle owns, once its numbers are set.  False, with the handle released, when memory is
 // short.
 bool open_all(resample_handle* handle)
@@ -168,13 +161,15 @@ int resample_process(resample_handle* handle, const short* in, short* out, int l
     }
     if (len > 0 && (in == nullptr || out == nullptr))
         return -1;
+    const rsmpl::ConvertKernels& convert = rsmpl::active_kernels().convert;
     for (uint64_t c = 0; c < handle->ch_num; ++c)
-        std::copy_n(in + c * inputs, inputs, handle->in_buf[c]);
+        convert.short_to_float(handle->in_buf[c], in + c * inputs, static_cast<int>(inputs), 1);
     for (uint64_t c = 0; c < handle->ch_num; ++c)
         RSMPL_Down(handle->rsmpl_ctx[c], handle->in_buf[c], handle->out_buf[c],
                    static_cast<int>(inputs), kDecimate1_3);
     for (uint64_t c = 0; c < handle->ch_num; ++c)
-        narrow(handle->out_buf[c], out + c * outputs, outputs);
+        convert.float_to_short_wrapping(out + c * outputs, handle->out_buf[c],
+                                        static_cast<int>(outputs));
     return 0;
 }
 

@@ -48,9 +48,9 @@ void time_stage(State& state, Convert convert)
     }
 }
 
-void time_public_call(State& state, int level)
+void time_public_call(State& state, int level, bool by_steps)
 {
-    rsmpl::force_level(level);
+    rsmpl::force_level(level, by_steps);
     const std::vector<short> in = noise<short>(kBlock);
     std::vector<short> out(in.size() / 3);
     resample_handle* handle = resample_init(1, 48000, 16000, kBlock);
@@ -97,6 +97,21 @@ void register_naive(const char* name, int level, NaiveStage* naive)
     });
 }
 
+std::string stage_label(const char* name, int level, bool by_steps)
+{
+    return label(std::string(name) + (by_steps ? " by steps" : ""), level);
+}
+
+// How long a block takes, and against the filter step run for every sample.
+double print_block(const Minima& minima, const char* name, int level, int units, const char* unit)
+{
+    const double ns = minima.ns(stage_label(name, level, false));
+    const double by_steps = minima.ns(stage_label(name, level, true));
+    std::printf("  %-18s %8.0f ns  %8.3f ns per %-12s %5.2f times as fast as by steps\n", name, ns,
+                ns / units, unit, by_steps / ns);
+    return ns;
+}
+
 } // namespace
 
 void register_stages(int level)
@@ -105,14 +120,18 @@ void register_stages(int level)
         benchmark::RegisterBenchmark(kCopyLoop, time_copy);
     register_naive(kNaiveVectorised, level, kNaive[level].vectorised);
     register_naive(kNaiveScalar, level, kNaive[level].scalar);
-    for (const NamedStage& stage : kStages)
-        benchmark::RegisterBenchmark(label(stage.name, level).c_str(), [=](State& state) {
-            rsmpl::force_level(level);
-            time_stage(state, [=](const float* in, float* out, float* ctx) {
-                stage.run(in, out, ctx, stage.inputs);
-            });
-        });
-    benchmark::RegisterBenchmark(label(kPublicCall, level).c_str(), time_public_call, level);
+    for (const bool by_steps : {false, true}) {
+        for (const NamedStage& stage : kStages)
+            benchmark::RegisterBenchmark(
+                stage_label(stage.name, level, by_steps).c_str(), [=](State& state) {
+                    rsmpl::force_level(level, by_steps);
+                    time_stage(state, [=](const float* in, float* out, float* ctx) {
+                        stage.run(in, out, ctx, stage.inputs);
+                    });
+                });
+        benchmark::RegisterBenchmark(stage_label(kPublicCall, level, by_steps).c_str(),
+                                     time_public_call, level, by_steps);
+    }
 }
 
 void print_stages(const Minima& minima, int level)
@@ -123,15 +142,10 @@ void print_stages(const Minima& minima, int level)
             "  %-18s %8.0f ns   %5.2f ns per filter step, stage 1:3 is %.2f times as fast\n", naive,
             ns, ns / kBlock, ns / minima.ns(label("1:3", level)));
     }
-    for (const NamedStage& stage : kStages) {
-        const double ns = minima.ns(label(stage.name, level));
-        const int insertion = stage.name[0] - '0';
-        std::printf("  %-18s %8.0f ns   %5.2f ns per filter step\n", stage.name, ns,
-                    ns / (stage.inputs * insertion));
-    }
-    const double call = minima.ns(label(kPublicCall, level));
+    for (const NamedStage& stage : kStages)
+        print_block(minima, stage.name, level, stage.inputs * (stage.name[0] - '0'), "filter step");
+    const double call = print_block(minima, kPublicCall, level, kBlock, "input sample");
     const double copy = minima.ns(kCopyLoop);
-    std::printf("  %-18s %8.0f ns   %5.2f ns per input sample\n", kPublicCall, call, call / kBlock);
     std::printf("  %s takes %.0f times as long as a plain copy loop (%.0f ns)\n", kPublicCall,
                 call / copy, copy);
 }

@@ -2,8 +2,8 @@
 // and kept within the arrays where they are used.
 #include "design/Resample_FIRFilterDesign.h"
 
-#include "convert/Resample_Truncate_internal.h"
 #include "design/Resample_WinFunc.h"
+#include "kernels/Resample_Truncate_internal.h"
 #include "spectral/Resample_CFFT.h"
 
 #include <algorithm>

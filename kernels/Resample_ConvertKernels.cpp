@@ -1,4 +1,5 @@
 #include "kernels/Resample_Kernels_internal.h"
+#include "kernels/Resample_Truncate_internal.h"
 #include "kernels/Resample_Vector_internal.h"
 
 #include <utility>
@@ -44,6 +45,12 @@ void float_to_short(short* dst, const float* src, int n, float scale)
                                  whole<Rounding>(load<Floats>(src + i + kFloats) * scale)));
     for (; i < n; ++i)
         dst[i] = to_short<Rounding>(src[i] * scale);
+}
+
+void float_to_short_wrapping(short* dst, const float* src, int n)
+{
+    for (int i = 0; i < n; ++i)
+        dst[i] = static_cast<short>(truncate_saturating(src[i]));
 }
 
 void short_to_wide(long* dst, const short* src, int n)
@@ -108,7 +115,7 @@ void wide_to_short(short* dst, const long* src, int n)
 
 extern const ConvertKernels convert;
 const ConvertKernels convert = {
-    short_to_float,       float_to_short<false>, float_to_short<true>,
+    short_to_float,       float_to_short<false>, float_to_short<true>, float_to_short_wrapping,
     wide_to_short<false>, wide_to_short<true>,   short_to_wide,
 };
 

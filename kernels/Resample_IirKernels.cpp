@@ -1,5 +1,8 @@
 #include "kernels/Resample_Kernels_internal.h"
+#include "kernels/Resample_StageMap_internal.h"
+#include "kernels/Resample_Vector_internal.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -9,84 +12,14 @@ namespace rsmpl::RSMPL_LEVEL
 namespace
 {
 
-// a * b + c, rounded once where the processor fuses; twice on an x86-64 without FMA, where
-// the emulation of one rounding would cost more than the filter.
-[[gnu::always_inline]] inline double multiply_add(double a, double b, double c)
-{
-#if defined(__FMA__) || defined(__aarch64__)
-    return std::fma(a, b, c);
-#else
-    return a * b + c;
-#endif
-}
-
-// The filter step, per section with input x, output w and memory (p, q):
-//
-//     h = x + B q,   w = h + A p,   p' = w - (C p + q) = h - q + (A - C) p,   q' = p
-//
-// The last form of p' leaves one multiply-add between p and p'; all else of a step is off the
-// recursion and overlaps with its neighbours.
-class SectionFilter
-{
-public:
-    [[gnu::always_inline]] SectionFilter(const Section& section, const float* memory)
-        : a_(section.a), b_(section.b), a_minus_c_(section.a_minus_c), p_(memory[0]), q_(memory[1])
+struct Arithmetic {
+    [[gnu::always_inline]] static double multiply_add(double a, double b, double c)
     {
+        return RSMPL_LEVEL::multiply_add(a, b, c);
     }
-
-    [[gnu::always_inline]] double step(double x) { return advance(multiply_add(b_, q_, x)); }
-
-    [[gnu::always_inline]] double step_of_zero() { return advance(b_ * q_); }
-
-    [[gnu::always_inline]] void store(float* memory) const
-    {
-        memory[0] = static_cast<float>(p_);
-        memory[1] = static_cast<float>(q_);
-    }
-
-private:
-    [[gnu::always_inline]] double advance(double h)
-    {
-        const double w = multiply_add(a_, p_, h);
-        const double next = multiply_add(a_minus_c_, p_, h - q_);
-        q_ = p_;
-        p_ = next;
-        return w;
-    }
-
-    double a_, b_, a_minus_c_, p_, q_;
 };
 
-// Four sections in a row, in double precision from the first input of a call to its last.
-class Filter
-{
-public:
-    [[gnu::always_inline]] Filter(const Cascade& cascade, const float* memory)
-        : first_(cascade.section[0], memory), second_(cascade.section[1], memory + 2),
-          third_(cascade.section[2], memory + 4), fourth_(cascade.section[3], memory + 6)
-    {
-    }
-
-    [[gnu::always_inline]] double step(double x) { return rest(first_.step(x)); }
-
-    [[gnu::always_inline]] double step_of_zero() { return rest(first_.step_of_zero()); }
-
-    [[gnu::always_inline]] void store(float* memory) const
-    {
-        first_.store(memory);
-        second_.store(memory + 2);
-        third_.store(memory + 4);
-        fourth_.store(memory + 6);
-    }
-
-private:
-    [[gnu::always_inline]] double rest(double w)
-    {
-        return fourth_.step(third_.step(second_.step(w)));
-    }
-
-    SectionFilter first_, second_, third_, fourth_;
-};
+using Filter = rsmpl::Filter<Arithmetic>;
 
 // Step T of a group: every L-th step takes an input, the others an inserted zero; every M-th
 // step's value is kept.
@@ -123,11 +56,12 @@ void run_rest(Filter& filter, double gain, const float* in, float* out, int len)
     }
 }
 
-// L and M have no common factor, so that the pattern of zeros and kept steps repeats every M
-// inputs and L outputs.
+// Step by step.  L and M have no common factor, so that the pattern of zeros and kept steps
+// repeats every M inputs and L outputs.
 template <int L, int M>
-void run_stage(const Cascade& cascade, const float* in, float* out, float* memory, int len)
+void run_steps(const CoefficientTable& table, const float* in, float* out, double* memory, int len)
 {
+    const Cascade cascade = widen(table, L);
     Filter filter(cascade, memory);
     for (int groups = len / M; groups > 0; --groups) {
         run_group<L, M>(filter, cascade.gain, in, out, std::make_integer_sequence<int, M * L>());
@@ -138,12 +72,196 @@ void run_stage(const Cascade& cascade, const float* in, float* out, float* memor
     filter.store(memory);
 }
 
+// Block by block, with the stage's map.  A tile of blocks goes at once: eight rows of a column make
+// some ten sums with it, enough to keep two multipliers with a latency of four cycles busy.
+constexpr std::size_t kParts = kRows / kDoubles;
+constexpr std::size_t kTile = 10 / kParts;
+
+// Eight rows for each of several blocks.
+template <std::size_t Blocks>
+using Sums = Doubles[Blocks][kParts];
+
+// Adds column c times factors[b][c] for c in [from, to), to the rows from part `First` on.
+template <std::size_t First, std::size_t Blocks, std::size_t Factors>
+[[gnu::always_inline]] inline void add_columns(Sums<Blocks>& sums, const double (*columns)[kRows],
+                                               const double (*factors)[Factors], std::size_t from,
+                                               std::size_t to)
+{
+#pragma GCC unroll 4
+    for (std::size_t c = from; c < to; ++c) {
+        Doubles factor[Blocks];
+        for (std::size_t b = 0; b < Blocks; ++b)
+            factor[b] = broadcast(factors[b][c]);
+        for (std::size_t part = First; part < kParts; ++part) {
+            const auto column = load<Doubles>(columns[c] + part * kDoubles);
+            for (std::size_t b = 0; b < Blocks; ++b)
+                sums[b][part] = multiply_add(column, factor[b], sums[b][part]);
+        }
+    }
+}
+
+// The three passes over a tile are calls of their own: inlined into one another, they keep more
+// than there are registers.
+
+// Sets s[b] to what the inputs of block b leave in the memory.
+template <typename Map, std::size_t Blocks>
+[[gnu::noinline]] void run_inputs(const Map& map, const double (*x)[Map::kInputs],
+                                  double (*s)[kMemory])
+{
+    Sums<Blocks> sums = {};
+    add_columns<0, Blocks>(sums, map.rows[0] + kMemory, x, 0, Map::kInputs);
+    for (std::size_t b = 0; b < Blocks; ++b)
+        for (std::size_t part = 0; part < kParts; ++part)
+            store(s[b] + part * kDoubles, sums[b][part]);
+}
+
+// Adds to `after` what the memory before a block leaves of itself: in two chains, since the next
+// block waits for it.  No section knows a later one, so that each part of the rows leaves out the
+// columns beyond its own.
+[[gnu::always_inline]] inline void advance(const double (*columns)[kRows], const double* before,
+                                           double* after)
+{
+    for (std::size_t part = 0; part < kParts; ++part) {
+        const std::size_t row = part * kDoubles;
+        Doubles even = load<Doubles>(after + row), odd = {};
+        for (std::size_t c = 0; c < row + kDoubles; c += 2) {
+            even = multiply_add(load<Doubles>(columns[c] + row), broadcast(before[c]), even);
+            odd = multiply_add(load<Doubles>(columns[c + 1] + row), broadcast(before[c + 1]), odd);
+        }
+        store(after + row, even + odd);
+    }
+}
+
+// Completes the memories after s[0], and sets y[b] to what s[b] leaves in the outputs.
+template <typename Map, std::size_t Blocks>
+[[gnu::noinline]] void run_memory(const Map& map, double (*s)[kMemory], double (*y)[Map::kOutputs])
+{
+    for (std::size_t b = 0; b < Blocks; ++b) {
+        advance(map.rows[0], s[b], s[b + 1]);
+        for (std::size_t group = 0; group < Map::kOutputs / kRows; ++group) {
+            Doubles sums[kParts] = {};
+            for (std::size_t c = 0; c < kMemory; ++c) {
+                const Doubles factor = broadcast(s[b][c]);
+                for (std::size_t part = 0; part < kParts; ++part)
+                    sums[part] =
+                        multiply_add(load<Doubles>(map.rows[1 + group][c] + part * kDoubles),
+                                     factor, sums[part]);
+            }
+            for (std::size_t part = 0; part < kParts; ++part)
+                store(y[b] + group * kRows + part * kDoubles, sums[part]);
+        }
+    }
+}
+
+// No output needs a later input: here too, each part of the rows leaves out the columns beyond
+// its own.
+template <typename Map, std::size_t Blocks, std::size_t Group, std::size_t First = 0>
+[[gnu::always_inline]] inline void add_inputs(Sums<Blocks>& sums, const Map& map,
+                                              const double (*x)[Map::kInputs], std::size_t from = 0)
+{
+    constexpr std::size_t kTo = Map::inputs_before(Group * kRows + (First + 1) * kDoubles);
+    add_columns<First, Blocks>(sums, map.rows[1 + Group] + kMemory, x, from, kTo);
+    if constexpr (First + 1 < kParts)
+        add_inputs<Map, Blocks, Group, First + 1>(sums, map, x, kTo);
+}
+
+// Adds the inputs' share and delivers.
+template <typename Map, std::size_t Blocks, std::size_t Group>
+[[gnu::noinline]] void run_outputs(const Map& map, const double (*x)[Map::kInputs],
+                                   const double (*y)[Map::kOutputs], float* out)
+{
+    Sums<Blocks> sums;
+    for (std::size_t b = 0; b < Blocks; ++b)
+        for (std::size_t part = 0; part < kParts; ++part)
+            sums[b][part] = load<Doubles>(y[b] + Group * kRows + part * kDoubles);
+    add_inputs<Map, Blocks, Group>(sums, map, x);
+    for (std::size_t b = 0; b < Blocks; ++b)
+        for (std::size_t part = 0; part < kParts; ++part)
+            store_narrow(out + b * Map::kOutputs + Group * kRows + part * kDoubles, sums[b][part]);
+}
+
+template <typename Map, std::size_t Blocks, std::size_t... Group>
+[[gnu::always_inline]] inline void run_groups(const Map& map, const double (*x)[Map::kInputs],
+                                              const double (*y)[Map::kOutputs], float* out,
+                                              std::index_sequence<Group...> /*of outputs*/)
+{
+    (run_outputs<Map, Blocks, Group>(map, x, y, out), ...);
+}
+
+[[gnu::always_inline]] inline bool all_finite(const double (&memory)[kMemory])
+{
+    Doubles zeros = {}; // or NaNs
+    for (std::size_t c = 0; c < kMemory; c += kDoubles)
+        zeros += load<Doubles>(memory + c) * 0.0;
+    double sum = 0;
+    for (std::size_t lane = 0; lane < kDoubles; ++lane)
+        sum += zeros[lane];
+    return sum == 0;
+}
+
+struct Stream {
+    const float* in;
+    float* out;
+    int len;
+};
+
+// Takes the next blocks of the stream.  False, and nothing done, if they don't leave a finite
+// memory behind: in a matrix, an infinity or a NaN would reach outputs before its own position.
+template <typename Map, std::size_t Blocks>
+[[gnu::always_inline]] inline bool run_tile(const Map& map, Stream& stream, double* memory)
+{
+    double x[Blocks][Map::kInputs], s[Blocks + 1][kMemory], y[Blocks][Map::kOutputs];
+    std::copy_n(stream.in, Blocks * Map::kInputs, x[0]);
+    std::copy_n(memory, kMemory, s[0]);
+    run_inputs<Map, Blocks>(map, x, s + 1);
+    run_memory<Map, Blocks>(map, s, y);
+    if (!all_finite(s[Blocks]))
+        return false;
+    run_groups<Map, Blocks>(map, x, y, stream.out,
+                            std::make_index_sequence<Map::kOutputs / kRows>());
+    std::copy_n(s[Blocks], kMemory, memory);
+    stream.in += Blocks * Map::kInputs;
+    stream.out += Blocks * Map::kOutputs;
+    stream.len -= int{Blocks * Map::kInputs};
+    return true;
+}
+
+template <typename Map, std::size_t Blocks>
+void run_tiles(const Map& map, Stream& stream, double* memory)
+{
+    constexpr int kInputs = int{Blocks * Map::kInputs};
+    while (stream.len >= kInputs && run_tile<Map, Blocks>(map, stream, memory)) {
+    }
+}
+
+// The map is that of the design; a table that is not yet initialised is all zero.
+template <std::size_t L, std::size_t M, bool ByBlocks>
+void run_stage(const CoefficientTable& table, const float* in, float* out, float* memory, int len)
+{
+    Stream stream = {in, out, len};
+    double s[kMemory];
+    std::copy_n(memory, kMemory, s);
+    if (ByBlocks && std::equal(table, table + kTableSize, design<L, M>())) {
+        run_tiles<StageMap<L, M>, kTile>(kStageMap<L, M>, stream, s);
+        run_tiles<StageMap<L, M>, 1>(kStageMap<L, M>, stream, s);
+    }
+    run_steps<int{L}, int{M}>(table, stream.in, stream.out, s, stream.len);
+    for (std::size_t c = 0; c < kMemory; ++c)
+        memory[c] = static_cast<float>(s[c]);
+}
+
+template <bool ByBlocks>
+constexpr IirKernels kStages = {
+    run_stage<1, 2, ByBlocks>, run_stage<2, 3, ByBlocks>, run_stage<1, 3, ByBlocks>,
+    run_stage<1, 4, ByBlocks>, run_stage<1, 6, ByBlocks>, run_stage<2, 1, ByBlocks>,
+    run_stage<3, 2, ByBlocks>, run_stage<3, 1, ByBlocks>, run_stage<4, 1, ByBlocks>,
+    run_stage<6, 1, ByBlocks>,
+};
+
 } // namespace
 
-extern const IirKernels iir;
-const IirKernels iir = {
-    run_stage<1, 2>, run_stage<2, 3>, run_stage<1, 3>, run_stage<1, 4>, run_stage<1, 6>,
-    run_stage<2, 1>, run_stage<3, 2>, run_stage<3, 1>, run_stage<4, 1>, run_stage<6, 1>,
-};
+extern const IirKernels iir, iir_by_steps;
+const IirKernels iir = kStages<true>;
+const IirKernels iir_by_steps = kStages<false>;
 
 } // namespace rsmpl::RSMPL_LEVEL

@@ -5,7 +5,7 @@ namespace rsmpl
 
 namespace baseline
 {
-extern const IirKernels iir;
+extern const IirKernels iir, iir_by_steps;
 extern const FirKernels fir;
 extern const ConvertKernels convert;
 extern const FftKernels fft;
@@ -13,7 +13,7 @@ extern const FftKernels fft;
 
 namespace avx2
 {
-extern const IirKernels iir;
+extern const IirKernels iir, iir_by_steps;
 extern const FirKernels fir;
 extern const ConvertKernels convert;
 extern const FftKernels fft;
@@ -22,15 +22,18 @@ extern const FftKernels fft;
 namespace
 {
 
-constexpr Kernels kLevels[] = {
-    {"baseline", baseline::iir, baseline::fir, baseline::convert, baseline::fft},
+// Per level: with the stages' maps, and with their steps.
+constexpr Kernels kLevels[][2] = {
+    {{"baseline", baseline::iir, baseline::fir, baseline::convert, baseline::fft},
+     {"baseline", baseline::iir_by_steps, baseline::fir, baseline::convert, baseline::fft}},
 #ifdef RSMPL_HAVE_AVX2
-    {"avx2", avx2::iir, avx2::fir, avx2::convert, avx2::fft},
+    {{"avx2", avx2::iir, avx2::fir, avx2::convert, avx2::fft},
+     {"avx2", avx2::iir_by_steps, avx2::fir, avx2::convert, avx2::fft}},
 #endif
 };
 
 // Valid from the start: a host's own constructors may convert before ours has run.
-const Kernels* active = kLevels;
+const Kernels* active = kLevels[0];
 
 [[gnu::constructor]] void choose_level()
 {
@@ -54,9 +57,9 @@ int available_levels()
 #endif
 }
 
-void force_level(int level)
+void force_level(int level, bool by_steps)
 {
-    active = kLevels + level;
+    active = &kLevels[level][by_steps ? 1 : 0];
 }
 
 } // namespace rsmpl

@@ -13,33 +13,19 @@
 #ifndef RSMPL_RESAMPLE_KERNELS_INTERNAL_H
 #define RSMPL_RESAMPLE_KERNELS_INTERNAL_H
 
+#include "kernels/Resample_Designs_internal.h"
+
 #include <cstddef>
 #include <cstdint>
 
 namespace rsmpl
 {
 
-// Coefficients of one second-order section,
-//     (1 + C/z + 1/z^2) / (1 - (A - C)/z - (B - 1)/z^2).
-// A and C come from single precision, so that A - C is exact here.
-struct Section {
-    double a;
-    double b;
-    double a_minus_c;
-};
-
-inline constexpr int kSections = 4;
-
-struct Cascade {
-    double gain;
-    Section section[kSections];
-};
-
 // Runs one stage over `len` inputs: inserts its zeros, steps the filter, keeps its steps.
 // `memory` holds (p, q) per section, p the newer, read at the start and written at the end.
 // Reads in[0 .. len), writes floor(len * L / M) outputs, L - 1 being the zeros inserted after
 // each input and M the step between kept values; out may be in where L <= M.
-using StageKernel = void(const Cascade& cascade, const float* in, float* out, float* memory,
+using StageKernel = void(const CoefficientTable& table, const float* in, float* out, float* memory,
                          int len);
 
 struct IirKernels {
@@ -66,6 +52,8 @@ struct ConvertKernels {
     void (*short_to_float)(float* dst, const short* src, int n, float scale);
     void (*float_to_short_truncating)(short* dst, const float* src, int n, float scale);
     void (*float_to_short_rounding)(short* dst, const float* src, int n, float scale);
+    // Cut to 16 bits, not clipped: 32768 becomes -32768.
+    void (*float_to_short_wrapping)(short* dst, const float* src, int n);
     void (*wide_to_short_truncating)(short* dst, const long* src, int n);
     void (*wide_to_short_rounding)(short* dst, const long* src, int n);
     void (*short_to_wide)(long* dst, const short* src, int n);
@@ -94,9 +82,10 @@ struct Kernels {
 const Kernels& active_kernels();
 
 // For tests and benchmarks: how many levels this processor can run, weakest first, and a
-// switch to one of them, not to be made while another thread converts.
+// switch to one of them, not to be made while another thread converts.  `by_steps` has the IIR
+// stages run the filter step for every sample instead of their maps.
 int available_levels();
-void force_level(int level);
+void force_level(int level, bool by_steps = false);
 
 } // namespace rsmpl
 

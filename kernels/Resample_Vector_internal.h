@@ -4,6 +4,7 @@
 #ifndef RSMPL_RESAMPLE_VECTOR_INTERNAL_H
 #define RSMPL_RESAMPLE_VECTOR_INTERNAL_H
 
+#include <cmath>
 #include <cstring>
 
 #ifdef __aarch64__
@@ -22,12 +23,14 @@ namespace rsmpl::RSMPL_LEVEL
 {
 
 // A register of the level: arithmetic goes lane by lane.
+using Doubles [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = double;
 using Floats [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = float;
 using Shorts [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = short;
 using Ints [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = int;
 using Longs [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = long;
 using Words [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = unsigned long;
 
+inline constexpr int kDoubles = RSMPL_VECTOR_BYTES / sizeof(double);
 inline constexpr int kFloats = RSMPL_VECTOR_BYTES / sizeof(float);
 inline constexpr int kShorts = RSMPL_VECTOR_BYTES / sizeof(short);
 inline constexpr int kLongs = RSMPL_VECTOR_BYTES / sizeof(long);
@@ -45,6 +48,41 @@ template <typename Vector, typename T>
 [[gnu::always_inline]] inline void store(T* to, Vector v)
 {
     std::memcpy(to, &v, sizeof v);
+}
+
+// All lanes alike.
+[[gnu::always_inline]] inline Doubles broadcast(double x)
+{
+    return x - Doubles{};
+}
+
+// Lane by lane to floats.
+[[gnu::always_inline]] inline void store_narrow(float* to, Doubles v)
+{
+    using Narrow [[gnu::vector_size(RSMPL_VECTOR_BYTES / 2)]] = float;
+    store(to, __builtin_convertvector(v, Narrow));
+}
+
+// a * b + c in double precision, rounded once where the processor fuses; twice on an x86-64
+// without FMA, where the emulation of one rounding would cost more than the filters.
+[[gnu::always_inline]] inline double multiply_add(double a, double b, double c)
+{
+#if defined(__FMA__) || defined(__aarch64__)
+    return std::fma(a, b, c);
+#else
+    return a * b + c;
+#endif
+}
+
+[[gnu::always_inline]] inline Doubles multiply_add(Doubles a, Doubles b, Doubles c)
+{
+#if defined(__aarch64__)
+    return vfmaq_f64(c, a, b);
+#elif defined(__FMA__)
+    return _mm256_fmadd_pd(a, b, c);
+#else
+    return a * b + c;
+#endif
 }
 
 // y truncated toward zero, at most 32767; NaN is 32767, and what is too low for an int the lowest.

@@ -1,9 +1,9 @@
 #include "api/resample_api.h"
-#include "convert/Resample_Truncate_internal.h"
 #include "design/Resample_FIRFilterDesign.h"
 #include "fir/Resample_FIRFiltering.h"
 #include "fir/Resample_GeneralResampler.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
+#include "kernels/Resample_Truncate_internal.h"
 #include "tests/common.h"
 
 #include <cmath>
