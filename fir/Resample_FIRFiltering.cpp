@@ -8,39 +8,137 @@
 namespace
 {
 
+// What a tile works on: bounds of its scratch on the stack, some 20 KiB.
+constexpr std::uint64_t kTileOutputs = 256;
+constexpr std::uint64_t kTileTaps = 128;
+constexpr std::uint64_t kWindow = 2048;
+
 // The last `size` values of a stream in a circle; the next one overwrites the oldest.
-class DelayLine
+struct DelayLine {
+    float* values;
+    std::uint64_t size;
+    std::uint64_t index; // where the next value goes
+};
+
+// What comes after the delay line: from each value of `in` on, L - 1 zeros.
+struct Stream {
+    const float* in;
+    std::uint64_t L;
+
+    void copy(std::uint64_t tick, std::uint64_t count, float* to) const
+    {
+        if (L == 1) {
+            std::copy_n(in + tick, count, to);
+            return;
+        }
+        std::fill_n(to, count, 0.0F);
+        for (std::uint64_t t = (tick + L - 1) / L * L; t < tick + count; t += L)
+            to[t - tick] = in[t / L];
+    }
+};
+
+// Copies `count` values, beginning `age` before the next one, which is the stream's at `tick`.
+void copy(const DelayLine& line, std::uint64_t age, const Stream& stream, std::uint64_t tick,
+          std::uint64_t count, float* to)
+{
+    const std::uint64_t past = std::min(age, count);
+    const std::uint64_t oldest = (line.index + line.size - age) % line.size;
+    const std::uint64_t to_end = std::min(past, line.size - oldest);
+    std::copy_n(line.values + oldest, to_end, to);
+    std::copy_n(line.values, past - to_end, to + to_end);
+    stream.copy(tick, count - past, to + past);
+}
+
+// Moves `count` values of the stream, from `tick` on, to the line.
+void append(DelayLine& line, const Stream& stream, std::uint64_t tick, std::uint64_t count)
+{
+    const std::uint64_t kept = std::min(count, line.size);
+    tick += count - kept;
+    const std::uint64_t index = (line.index + (count - kept)) % line.size;
+    const std::uint64_t to_end = std::min(kept, line.size - index);
+    stream.copy(tick, to_end, line.values + index);
+    stream.copy(tick + to_end, kept - to_end, line.values);
+    line.index = (index + kept) % line.size;
+}
+
+// The inner loop wants the values that a tap meets, output after output, side by side.  With one
+// output for every M ticks they are M apart, so that a window is split into its M phases.
+class Window
 {
 public:
-    DelayLine(float* values, std::uint64_t size, std::uint64_t index)
-        : values_(values), size_(size), index_(index), newest_(index)
+    // For `outputs` outputs and `taps` taps: the ticks from the oldest that the first output
+    // needs to the newest that the last one does.
+    Window(std::uint64_t outputs, std::uint64_t taps, std::uint64_t M)
+        : ticks((outputs - 1) * M + taps), taps_(taps), M_(M),
+          row_((outputs + rsmpl::kFirOutputs - 1) / rsmpl::kFirOutputs * rsmpl::kFirOutputs +
+               (taps - 1) / M)
     {
+        std::fill_n(values + ticks, rsmpl::kFirOutputs - 1, 0.0F); // to read, not to use
     }
 
-    void push(float value)
+    // Outputs that fit.
+    static std::uint64_t outputs(std::uint64_t taps, std::uint64_t M)
     {
-        newest_ = index_;
-        values_[newest_] = value;
-        index_ = newest_ + 1 == size_ ? 0 : newest_ + 1;
+        return std::min(kTileOutputs, (kWindow - taps) / M + 1);
     }
 
-    // taps[0] * newest + taps[1] * the one before ..., at most `size` of them.  Two runs, back
-    // to the start of the memory and on from its end, spare a modulo per tap.
-    float convolve(const float* taps, std::uint64_t length) const
+    // Adds the share of taps[0 .. taps) in each output.
+    void convolve(const float* taps, float* sums, std::uint64_t outputs)
     {
-        const auto run = rsmpl::active_kernels().fir.convolve;
-        const std::uint64_t to_start = std::min(newest_ + 1, length);
-        const float sum = run(taps, values_ + newest_, to_start, 0.0F);
-        return run(taps + to_start, values_ + size_ - 1, length - to_start, sum);
+        std::size_t starts[kTileTaps]; // of the values that each tap meets, newest tap first
+        std::uint64_t phase = 0, k = 0;
+        for (std::uint64_t j = taps_; j-- > 0;) {
+            starts[j] = phase * row_ + k;
+            if (++phase == M_) {
+                phase = 0;
+                ++k;
+            }
+        }
+        rsmpl::active_kernels().fir.convolve(sums, outputs, taps, starts, taps_,
+                                             M_ == 1 ? values : split());
     }
 
-    // Where the next value goes.
-    std::uint64_t index() const { return index_; }
+    const std::uint64_t ticks;
+    float values[kWindow + rsmpl::kFirOutputs];
 
 private:
-    float* values_;
-    std::uint64_t size_, index_, newest_;
+    const float* split()
+    {
+        const std::uint64_t phases = std::min(M_, taps_);
+        for (std::uint64_t phase = 0; phase < phases; ++phase) {
+            float* const row = phases_ + phase * row_;
+            const std::uint64_t count = (ticks - phase + M_ - 1) / M_;
+#pragma GCC unroll 8
+            for (std::uint64_t k = 0; k < count; ++k)
+                row[k] = values[phase + k * M_];
+            std::fill(row + count, row + row_, 0.0F); // to read, not to use
+        }
+        return phases_;
+    }
+
+    std::uint64_t taps_, M_, row_;
+    float phases_[kWindow + kTileTaps * rsmpl::kFirOutputs];
 };
+
+// out[k], k < outputs, is the sum over the taps at tick k M; the line takes all M outputs ticks.
+// Reads of `in` are ahead of writes to `out`, so that it may be the same where L <= M.
+void filter(DelayLine& line, const float* taps, std::uint64_t length, const Stream& stream,
+            std::uint64_t M, float* out, std::uint64_t outputs)
+{
+    std::uint64_t n;
+    for (std::uint64_t k = 0; k < outputs; k += n) {
+        n = std::min(outputs - k, Window::outputs(std::min(length, kTileTaps), M));
+        float sums[kTileOutputs] = {};
+        for (std::uint64_t j = 0; j < length; j += kTileTaps) {
+            const std::uint64_t count = std::min(length - j, kTileTaps);
+            Window window(n, count, M);
+            copy(line, j + count - 1, stream, k * M, window.ticks, window.values);
+            window.convolve(taps + j, sums, n);
+        }
+        append(line, stream, k * M, n * M);
+        std::copy_n(sums, n, out + k);
+    }
+}
 
 // Zeroed, or null when memory is short.
 float* allocate(std::uint64_t count)
@@ -96,12 +194,9 @@ void FIRFiltering(FIRState* state, const float* in, float* out, uint64_t n)
         std::fill_n(out, n, 0.0F);
         return;
     }
-    DelayLine line(state->delay, state->length, state->index);
-    for (std::uint64_t k = 0; k < n; ++k) {
-        line.push(in[k]);
-        out[k] = line.convolve(state->taps, state->length);
-    }
-    state->index = line.index();
+    DelayLine line = {state->delay, state->length, state->index};
+    filter(line, state->taps, state->length, {in, 1}, 1, out, n);
+    state->index = line.index;
 }
 
 void FIRGetDlyLine(const FIRState* state, float* delay)
@@ -135,19 +230,9 @@ void FIRMRFiltering(FIRMRState* state, const float* in, float* out, uint64_t n)
         std::fill_n(out, L * n, 0.0F);
         return;
     }
-    DelayLine line(state->delay, state->length, state->index);
-    std::uint64_t until_output = 0;
-    for (std::uint64_t input = 0; input < M * n; ++input) {
-        for (std::uint64_t tick = 0; tick < L; ++tick) {
-            line.push(tick == 0 ? in[input] : 0.0F);
-            if (until_output == 0) {
-                *out++ = line.convolve(state->taps, state->length);
-                until_output = M;
-            }
-            --until_output;
-        }
-    }
-    state->index = line.index();
+    DelayLine line = {state->delay, state->length, state->index};
+    filter(line, state->taps, state->length, {in, L}, M, out, L * n);
+    state->index = line.index;
 }
 
 void FIRMRFree(FIRMRState* state)
@@ -165,10 +250,7 @@ void FIRFiltering_Direct(const float* in, float* out, int n, const float* taps, 
         return;
     }
     const auto length = static_cast<std::uint64_t>(N);
-    DelayLine line(history, 2 * length, *position % (2 * length));
-    for (int k = 0; k < n; ++k) {
-        line.push(in[k]);
-        out[k] = line.convolve(taps, length);
-    }
-    *position = static_cast<std::uint32_t>(line.index());
+    DelayLine line = {history, 2 * length, *position % (2 * length)};
+    filter(line, taps, length, {in, 1}, 1, out, static_cast<std::uint64_t>(n));
+    *position = static_cast<std::uint32_t>(line.index);
 }

@@ -1,8 +1,5 @@
 #include "kernels/Resample_Kernels_internal.h"
-
-#include <cmath>
-#include <cstdint>
-#include <cstring>
+#include "kernels/Resample_Vector_internal.h"
 
 namespace rsmpl::RSMPL_LEVEL
 {
@@ -10,35 +7,45 @@ namespace rsmpl::RSMPL_LEVEL
 namespace
 {
 
-// a * b + c, rounded once.  Where the processor can't, the product is exact in double, and an
-// inexact sum is rounded to odd there: toward zero, then its last bit set, so that the second
-// rounding, to float, never sees a tie that is none.
-[[gnu::always_inline]] inline float multiply_add(float a, float b, float c)
+// Sums are pinned, tap after tap, so that vectors go across outputs.  `Vectors` of them at once
+// hide each other's latency and share every tap.
+template <std::size_t Vectors>
+[[gnu::always_inline]] inline void run_tile(float* sums, const float* taps,
+                                            const std::size_t* starts, std::size_t count,
+                                            const float* window)
 {
-#if defined(__FMA__) || defined(__aarch64__)
-    return fmaf(a, b, c);
-#else
-    const double product = static_cast<double>(a) * b;
-    double sum = product + c;
-    // product + c = sum + error exactly; NaN where the sum is not finite.
-    const double c_in_sum = sum - product;
-    const double error = (product - (sum - c_in_sum)) + (c - c_in_sum);
-    if (error < 0 || error > 0) {
-        std::uint64_t bits = 0;
-        std::memcpy(&bits, &sum, sizeof sum);
-        bits -= (error < 0) != (sum < 0) ? 1 : 0;
-        bits |= 1U;
-        std::memcpy(&sum, &bits, sizeof sum);
+    Floats sum[Vectors];
+    for (std::size_t v = 0; v < Vectors; ++v)
+        sum[v] = load<Floats>(sums + v * kFloats);
+    for (std::size_t j = 0; j < count; ++j) {
+        const Floats tap = broadcast(taps[j]);
+        for (std::size_t v = 0; v < Vectors; ++v)
+            sum[v] = multiply_add(tap, load<Floats>(window + starts[j] + v * kFloats), sum[v]);
     }
-    return static_cast<float>(sum);
-#endif
+    for (std::size_t v = 0; v < Vectors; ++v)
+        store(sums + v * kFloats, sum[v]);
 }
 
-float convolve(const float* taps, const float* newest, std::size_t count, float sum)
+// As many whole tiles of `Vectors` as there are, then of half as many.
+template <std::size_t Vectors>
+void run_tiles(float* sums, std::size_t n, const float* taps, const std::size_t* starts,
+               std::size_t count, const float* window)
 {
-    for (std::ptrdiff_t j = 0; j < static_cast<std::ptrdiff_t>(count); ++j)
-        sum = multiply_add(taps[j], newest[-j], sum);
-    return sum;
+    constexpr std::size_t kOutputs = Vectors * kFloats;
+    for (; n >= kOutputs; n -= kOutputs) {
+        run_tile<Vectors>(sums, taps, starts, count, window);
+        sums += kOutputs;
+        window += kOutputs;
+    }
+    if constexpr (Vectors > 1)
+        run_tiles<Vectors / 2>(sums, n, taps, starts, count, window);
+}
+
+void convolve(float* sums, std::size_t n, const float* taps, const std::size_t* starts,
+              std::size_t count, const float* window)
+{
+    run_tiles<8>(sums, (n + kFirOutputs - 1) / kFirOutputs * kFirOutputs, taps, starts, count,
+                 window);
 }
 
 } // namespace

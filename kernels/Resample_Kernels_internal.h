@@ -42,10 +42,13 @@ struct IirKernels {
 };
 
 struct FirKernels {
-    // sum + taps[0] * newest[0] + taps[1] * newest[-1] + ... over `count` taps, in that order,
-    // each multiply-add rounded once.
-    float (*convolve)(const float* taps, const float* newest, std::size_t count, float sum);
+    // sums[k] += taps[j] * window[starts[j] + k] for k < n, over `count` taps in their order, each
+    // multiply-add rounded once.  Reads and writes up to the next multiple of kFirOutputs.
+    void (*convolve)(float* sums, std::size_t n, const float* taps, const std::size_t* starts,
+                     std::size_t count, const float* window);
 };
+
+inline constexpr std::size_t kFirOutputs = 8;
 
 // All over n samples; source and destination do not overlap.
 struct ConvertKernels {

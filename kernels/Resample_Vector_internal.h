@@ -30,6 +30,8 @@ using Ints [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = int;
 using Longs [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = long;
 using Words [[gnu::vector_size(RSMPL_VECTOR_BYTES)]] = unsigned long;
 
+using Narrow [[gnu::vector_size(RSMPL_VECTOR_BYTES / 2)]] = float; // as many as Doubles
+
 inline constexpr int kDoubles = RSMPL_VECTOR_BYTES / sizeof(double);
 inline constexpr int kFloats = RSMPL_VECTOR_BYTES / sizeof(float);
 inline constexpr int kShorts = RSMPL_VECTOR_BYTES / sizeof(short);
@@ -56,10 +58,14 @@ template <typename Vector, typename T>
     return x - Doubles{};
 }
 
+[[gnu::always_inline]] inline Floats broadcast(float x)
+{
+    return x - Floats{};
+}
+
 // Lane by lane to floats.
 [[gnu::always_inline]] inline void store_narrow(float* to, Doubles v)
 {
-    using Narrow [[gnu::vector_size(RSMPL_VECTOR_BYTES / 2)]] = float;
     store(to, __builtin_convertvector(v, Narrow));
 }
 
@@ -82,6 +88,43 @@ template <typename Vector, typename T>
     return _mm256_fmadd_pd(a, b, c);
 #else
     return a * b + c;
+#endif
+}
+
+#if !defined(__FMA__) && !defined(__aarch64__)
+// The product is exact in double, and an inexact sum is rounded to odd there: toward zero, then
+// its last bit set, so that the second rounding, to float, never sees a tie that is none.
+[[gnu::always_inline]] inline Narrow multiply_add(Narrow a, Narrow b, Narrow c)
+{
+    const auto widened = __builtin_convertvector(c, Doubles);
+    const Doubles product =
+        __builtin_convertvector(a, Doubles) * __builtin_convertvector(b, Doubles);
+    const Doubles sum = product + widened;
+    // product + c = sum + error exactly; NaN where the sum is not finite.
+    const Doubles c_in_sum = sum - product;
+    const Doubles error = (product - (sum - c_in_sum)) + (widened - c_in_sum);
+    const Longs inexact = (error < 0) | (error > 0);
+    const Longs beyond = inexact & ((error < 0) ^ (sum < 0));
+    const Longs odd = (reinterpret_cast<Longs>(sum) + beyond) | (inexact & 1);
+    return __builtin_convertvector(reinterpret_cast<Doubles>(odd), Narrow);
+}
+#endif
+
+// a * b + c in single precision, rounded once.
+[[gnu::always_inline]] inline Floats multiply_add(Floats a, Floats b, Floats c)
+{
+#if defined(__aarch64__)
+    return vfmaq_f32(c, a, b);
+#elif defined(__FMA__)
+    return _mm256_fmadd_ps(a, b, c);
+#else
+    const Narrow low =
+        multiply_add(__builtin_shufflevector(a, a, 0, 1), __builtin_shufflevector(b, b, 0, 1),
+                     __builtin_shufflevector(c, c, 0, 1));
+    const Narrow high =
+        multiply_add(__builtin_shufflevector(a, a, 2, 3), __builtin_shufflevector(b, b, 2, 3),
+                     __builtin_shufflevector(c, c, 2, 3));
+    return __builtin_shufflevector(low, high, 0, 1, 2, 3);
 #endif
 }
 
