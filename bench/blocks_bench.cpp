@@ -1,5 +1,5 @@
 // Sample formats, FIR engines, filter design and the Fourier transform, beside naive loops and
-// kissfft; what opening a handle takes.
+// kissfft and FFTW; what opening a handle takes.
 #include "api/resample_api.h"
 #include "bench/bench.h"
 #include "bench/naive_blocks.h"
@@ -11,6 +11,8 @@
 #include "spectral/Resample_CFFT.h"
 
 #include <cstdio>
+#include <cstring>
+#include <fftw3.h>
 #include <functional>
 #include <kiss_fft.h>
 #include <memory>
@@ -25,42 +27,94 @@ const NaiveBlocks* const kNaive[] = {
 #endif
 };
 
-// A job and what stands beside it, if anything; both do `units` of work per run.
+struct Peer {
+    std::string name;
+    std::function<void()> run;
+};
+
+// A job and what stands beside it, if anything; all do `units` of work per run.
 struct Job {
     std::string name;
-    std::string peer;
     int units;
     const char* unit;
     std::function<void()> run;
-    std::function<void()> run_peer;
+    std::vector<Peer> peers;
 };
 
 struct Buffers {
-    std::vector<short> shorts = noise<short>(kBlock);
-    std::vector<float> floats = noise<float>(kBlock);
-    std::vector<long> wides = std::vector<long>(kBlock);
-    std::vector<float> out_floats = std::vector<float>(kBlock);
-    std::vector<short> out_shorts = std::vector<short>(kBlock);
+    explicit Buffers(std::size_t samples)
+        : shorts(noise<short>(samples)), floats(noise<float>(samples)), wides(samples),
+          copied(samples), out_floats(samples), out_shorts(samples)
+    {
+    }
+
+    std::vector<short> shorts;
+    std::vector<float> floats;
+    std::vector<long> wides, copied;
+    std::vector<float> out_floats;
+    std::vector<short> out_shorts;
 };
 
 std::vector<Job> converters(int level)
 {
-    const auto b = std::make_shared<Buffers>();
+    const auto b = std::make_shared<Buffers>(kBlock);
     const NaiveBlocks* const naive = kNaive[level];
     const std::string peer = "scalar loop";
     return {
-        {"short to float", peer, kBlock, "sample",
+        {"short to float",
+         kBlock,
+         "sample",
          [=] { Convert_ShortToFloat(b->out_floats.data(), b->shorts.data(), kBlock); },
-         [=] { naive->short_to_float(b->out_floats.data(), b->shorts.data(), kBlock); }},
-        {"float to short", peer, kBlock, "sample",
+         {{peer, [=] { naive->short_to_float(b->out_floats.data(), b->shorts.data(), kBlock); }}}},
+        {"float to short",
+         kBlock,
+         "sample",
          [=] { Convert_FloatToShort(b->out_shorts.data(), b->floats.data(), kBlock, 1); },
-         [=] { naive->float_to_short(b->out_shorts.data(), b->floats.data(), kBlock); }},
-        {"short to wide", peer, kBlock, "sample",
+         {{peer, [=] { naive->float_to_short(b->out_shorts.data(), b->floats.data(), kBlock); }}}},
+        {"short to wide",
+         kBlock,
+         "sample",
          [=] { Convert_Int16ToInt32(b->wides.data(), b->shorts.data(), kBlock); },
-         [=] { naive->short_to_wide(b->wides.data(), b->shorts.data(), kBlock); }},
-        {"wide to short", peer, kBlock, "sample",
+         {{peer, [=] { naive->short_to_wide(b->wides.data(), b->shorts.data(), kBlock); }}}},
+        {"wide to short",
+         kBlock,
+         "sample",
          [=] { Convert_Int32ToInt16(b->out_shorts.data(), b->wides.data(), kBlock, 1); },
-         [=] { naive->wide_to_short(b->out_shorts.data(), b->wides.data(), kBlock); }},
+         {{peer, [=] { naive->wide_to_short(b->out_shorts.data(), b->wides.data(), kBlock); }}}},
+    };
+}
+
+// Far beyond the caches, beside memcpy of the wider of the two buffers.
+std::vector<Job> large_converters(int /*level*/)
+{
+    constexpr int kSamples = 1 << 23;
+    const auto b = std::make_shared<Buffers>(kSamples);
+    const auto copy = [=](std::size_t bytes_per_sample) {
+        return Peer{"memcpy", [=] {
+                        std::memcpy(b->wides.data(), b->copied.data(), bytes_per_sample * kSamples);
+                    }};
+    };
+    return {
+        {"short to float, 16 MiB",
+         kSamples,
+         "sample",
+         [=] { Convert_ShortToFloat(b->out_floats.data(), b->shorts.data(), kSamples); },
+         {copy(sizeof(float))}},
+        {"float to short, 32 MiB",
+         kSamples,
+         "sample",
+         [=] { Convert_FloatToShort(b->out_shorts.data(), b->floats.data(), kSamples, 1); },
+         {copy(sizeof(float))}},
+        {"short to wide, 16 MiB",
+         kSamples,
+         "sample",
+         [=] { Convert_Int16ToInt32(b->wides.data(), b->shorts.data(), kSamples); },
+         {copy(sizeof(long))}},
+        {"wide to short, 64 MiB",
+         kSamples,
+         "sample",
+         [=] { Convert_Int32ToInt16(b->out_shorts.data(), b->wides.data(), kSamples, 1); },
+         {copy(sizeof(long))}},
     };
 }
 
@@ -101,21 +155,27 @@ std::vector<Job> filters(int level)
 {
     constexpr int kTaps = 64;
     const auto f = std::make_shared<Fir>(kTaps);
-    const std::string peer = "a modulo per tap";
+    const std::string peer = "two scalar runs";
     const auto naive = naive_filter(f, level);
     return {
-        {"FIRFiltering", peer, kBlock * kTaps, "tap",
+        {"FIRFiltering",
+         kBlock * kTaps,
+         "tap",
          [=] { FIRFiltering(f->state, f->in.data(), f->out.data(), kBlock); },
-         [=] { naive(kBlock); }},
-        {"FIRMRFiltering 1:3", peer, kBlock / 3 * kTaps, "tap",
+         {{peer, [=] { naive(kBlock); }}}},
+        {"FIRMRFiltering 1:3",
+         kBlock / 3 * kTaps,
+         "tap",
          [=] { FIRMRFiltering(f->rates, f->in.data(), f->out.data(), kBlock / 3); },
-         [=] { naive(kBlock / 3); }},
-        {"FIRFiltering_Direct", peer, kBlock * kTaps, "tap",
+         {{peer, [=] { naive(kBlock / 3); }}}},
+        {"FIRFiltering_Direct",
+         kBlock * kTaps,
+         "tap",
          [=] {
              FIRFiltering_Direct(f->in.data(), f->out.data(), kBlock, f->taps.data(), kTaps,
                                  f->history.data(), &f->position);
          },
-         [=] { naive(kBlock); }},
+         {{peer, [=] { naive(kBlock); }}}},
     };
 }
 
@@ -137,13 +197,18 @@ std::vector<Job> general(int level)
     const auto f = std::make_shared<Fir>(kTaps);
     const auto naive = naive_filter(f, level);
     return {
-        {"general, 1:3", "a modulo per tap", kBlock / 3 * kTaps, "tap",
-         [=] { g->resampler.ResampleOneBlock(g->in.data()); }, [=] { naive(kBlock / 3); }},
-        {"design", "a windowed sinc", kTaps, "tap",
+        {"general, 1:3",
+         kBlock / 3 * kTaps,
+         "tap",
+         [=] { g->resampler.ResampleOneBlock(g->in.data()); },
+         {{"two scalar runs", [=] { naive(kBlock / 3); }}}},
+        {"design",
+         kTaps,
+         "tap",
          [=] { GeneralFIRLowpass(f->taps.data(), kTaps, WIN_HAMMING, 0.15F); },
-         [=, design = kNaive[level]->design] { design(f->taps.data(), kTaps, 0.15); }},
+         {{"a windowed sinc",
+           [=, design = kNaive[level]->design] { design(f->taps.data(), kTaps, 0.15); }}}},
         {"open and close",
-         "",
          1,
          "handle",
          [=] { resample_exit(resample_init(1, 48000, 16000, kBlock)); },
@@ -157,8 +222,10 @@ struct Transform {
         fft.FFTInitAlloc(order);
         const std::vector<float> signal = noise<float>(2 * in.size());
         for (std::size_t n = 0; n < in.size(); ++n) {
+            fftw_data[n][0] = signal[2 * n];
+            fftw_data[n][1] = signal[2 * n + 1];
             in[n] = {signal[2 * n], signal[2 * n + 1]};
-            peer_in[n] = {signal[2 * n], signal[2 * n + 1]};
+            kiss_in[n] = {signal[2 * n], signal[2 * n + 1]};
         }
     }
     Transform(const Transform&) = delete;
@@ -166,31 +233,36 @@ struct Transform {
     ~Transform()
     {
         fft.FFTFree();
-        kiss_fft_free(peer);
+        kiss_fft_free(kiss);
+        fftwf_destroy_plan(fftw);
+        fftwf_free(fftw_data);
     }
 
     int points;
     CFFT fft;
-    kiss_fft_cfg peer = kiss_fft_alloc(points, 0, nullptr, nullptr);
+    kiss_fft_cfg kiss = kiss_fft_alloc(points, 0, nullptr, nullptr);
+    fftwf_complex* fftw_data = fftwf_alloc_complex(2 * static_cast<std::size_t>(points));
+    fftwf_plan fftw =
+        fftwf_plan_dft_1d(points, fftw_data, fftw_data + points, FFTW_FORWARD, FFTW_MEASURE);
     std::vector<DCOMPLEX> in = std::vector<DCOMPLEX>(static_cast<std::size_t>(points)), out = in;
-    std::vector<kiss_fft_cpx> peer_in = std::vector<kiss_fft_cpx>(in.size()), peer_out = peer_in;
+    std::vector<kiss_fft_cpx> kiss_in = std::vector<kiss_fft_cpx>(in.size()), kiss_out = kiss_in;
 };
 
 Job transform(int order)
 {
     const auto t = std::make_shared<Transform>(order);
     return {"FFT of " + std::to_string(t->points),
-            "kissfft",
             t->points,
             "point",
             [=] { t->fft.FFTFwd_CToC(t->in.data(), t->out.data()); },
-            [=] { kiss_fft(t->peer, t->peer_in.data(), t->peer_out.data()); }};
+            {{"kissfft", [=] { kiss_fft(t->kiss, t->kiss_in.data(), t->kiss_out.data()); }},
+             {"FFTW", [=] { fftwf_execute(t->fftw); }}}};
 }
 
 std::vector<Job> jobs(int level)
 {
     std::vector<Job> all = converters(level);
-    for (auto* more : {filters, general})
+    for (auto* more : {large_converters, filters, general})
         for (Job& job : more(level))
             all.push_back(std::move(job));
     for (const int order : {10, 14})
@@ -198,9 +270,9 @@ std::vector<Job> jobs(int level)
     return all;
 }
 
-std::string peer_label(const Job& job, int level)
+std::string peer_label(const Peer& peer, const Job& job, int level)
 {
-    return label(job.peer + " for " + job.name, level);
+    return label(peer.name + " for " + job.name, level);
 }
 
 void register_run(const std::string& name, int level, const std::function<void()>& run)
@@ -220,8 +292,8 @@ void register_blocks(int level)
 {
     for (const Job& job : jobs(level)) {
         register_run(label(job.name, level), level, job.run);
-        if (job.run_peer)
-            register_run(peer_label(job, level), level, job.run_peer);
+        for (const Peer& peer : job.peers)
+            register_run(peer_label(peer, job, level), level, peer.run);
     }
 }
 
@@ -229,11 +301,11 @@ void print_blocks(const Minima& minima, int level)
 {
     for (const Job& job : jobs(level)) {
         const double ns = minima.ns(label(job.name, level));
-        std::printf("  %-18s %9.0f ns  %8.3f ns per %-6s", job.name.c_str(), ns, ns / job.units,
+        std::printf("  %-22s %9.0f ns  %8.3f ns per %-6s", job.name.c_str(), ns, ns / job.units,
                     job.unit);
-        if (job.run_peer)
-            std::printf("  %5.2f times as fast as %s", minima.ns(peer_label(job, level)) / ns,
-                        job.peer.c_str());
+        for (const Peer& peer : job.peers)
+            std::printf("  %5.2f times as fast as %s", minima.ns(peer_label(peer, job, level)) / ns,
+                        peer.name.c_str());
         std::printf("\n");
     }
 }

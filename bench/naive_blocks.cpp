@@ -42,10 +42,12 @@ void filter(const float* taps, float* delay, std::size_t length, std::size_t& in
     for (std::size_t k = 0; k < n; ++k) {
         delay[index] = in[k];
         float sum = 0;
-        for (std::size_t j = 0; j < length; ++j)
-            sum = std::fma(taps[j], delay[(index + length - j) % length], sum);
+        for (std::size_t j = 0; j <= index; ++j)
+            sum = std::fma(taps[j], delay[index - j], sum);
+        for (std::size_t j = index + 1; j < length; ++j)
+            sum = std::fma(taps[j], delay[index + length - j], sum);
         out[k] = sum;
-        index = (index + 1) % length;
+        index = index + 1 < length ? index + 1 : 0;
     }
 }
 

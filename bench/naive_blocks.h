@@ -9,7 +9,7 @@ struct NaiveBlocks {
     void (*float_to_short)(short* dst, const float* src, int n); // rounds
     void (*wide_to_short)(short* dst, const long* src, int n);   // rounds
     void (*short_to_wide)(long* dst, const short* src, int n);
-    // In a circular delay line, with a division for every tap.
+    // In a circular delay line, in two runs: back to its start, and on from its end.
     void (*filter)(const float* taps, float* delay, std::size_t length, std::size_t& index,
                    const float* in, float* out, std::size_t n);
     // A low-pass: the ideal response, cut off by a Hamming window.
