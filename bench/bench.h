@@ -65,4 +65,8 @@ void print_stages(const Minima& minima, int level);
 void register_blocks(int level);
 void print_blocks(const Minima& minima, int level);
 
+// Whole conversions beside other resamplers, at the strongest level.
+void register_peers();
+void print_peers(const Minima& minima);
+
 #endif

@@ -14,6 +14,7 @@ int main(int argc, char** argv)
         register_stages(level);
         register_blocks(level);
     }
+    register_peers();
     Minima minima;
     benchmark::RunSpecifiedBenchmarks(&minima);
     for (int level = 0; level < rsmpl::available_levels(); ++level) {
@@ -22,5 +23,6 @@ int main(int argc, char** argv)
         print_stages(minima, level);
         print_blocks(minima, level);
     }
+    print_peers(minima);
     return 0;
 }

@@ -1,0 +1,78 @@
+// The common face of the resamplers in the speed table, their settings, and their quality.
+#ifndef RSMPL_BENCH_PEERS_PEERS_H
+#define RSMPL_BENCH_PEERS_PEERS_H
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <numeric>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace peers
+{
+
+// In Hz.
+struct Rates {
+    int in;
+    int out;
+
+    unsigned up() const { return static_cast<unsigned>(out / std::gcd(in, out)); }
+    unsigned down() const { return static_cast<unsigned>(in / std::gcd(in, out)); }
+    double lower_nyquist() const { return (in < out ? in : out) / 2.0; }
+};
+
+// The inputs of one call, and room for its outputs: some keep several blocks back and deliver
+// them at once.
+constexpr unsigned kInputs = 960;
+constexpr unsigned kRoom = 32768;
+
+// One channel on its way through a resampler: takes kInputs samples, returns the number of outputs.
+using Stream = std::function<std::size_t(const short* in, short* out)>;
+using FloatStream = std::function<std::size_t(float* in, float* out)>;
+
+// For those that know only floats; in loops that compilers vectorise.
+inline Stream with_int16(const FloatStream& convert)
+{
+    using Buffers = std::pair<std::array<float, kInputs>, std::array<float, kRoom>>;
+    return [convert, buffers = std::make_shared<Buffers>()](const short* in, short* out) {
+        auto& [floats_in, floats_out] = *buffers;
+        std::copy(in, in + kInputs, floats_in.data());
+        const std::size_t count = convert(floats_in.data(), floats_out.data());
+        for (std::size_t i = 0; i < count; ++i) {
+            const float limited = std::min(std::max(floats_out[i], -32768.0F), 32767.0F);
+            out[i] = static_cast<short>(static_cast<int>(limited + std::copysign(0.5F, limited)));
+        }
+        return count;
+    };
+}
+
+struct Setting {
+    std::string name;
+    std::function<Stream()> open;
+    bool recursive = false; // has a memory that fades for ever, and may become denormal
+};
+
+// Those of a peer are null where its library was not found when the benchmark was configured.
+using Settings = std::vector<Setting>(Rates rates);
+Settings rsmpl_settings;
+[[gnu::weak]] Settings swresample_settings, soxr_settings, speexdsp_settings, zita_settings,
+    samplerate_settings, liquid_settings;
+
+struct Quality {
+    double ripple;    // dB, peak to peak, up to 0.87 of the lower Nyquist frequency or to the edge
+    double edge;      // where it is 1 dB below its maximum, as a part of that frequency
+    double rejection; // dB from the maximum down to the strongest alias or image
+    double delay;     // ms from a sample's arrival to its delivery, in blocks of kInputs
+};
+
+// Measured from what becomes of tones.
+Quality measure(Rates rates, const Setting& setting);
+
+} // namespace peers
+
+#endif
