@@ -1,8 +1,8 @@
 /* Resample_FilterStep_internal.h - the one definition of the filter step.
  *
  * Of this come the loop that runs it step by step and the map that takes a whole block at once.
- * Arithmetic::multiply_add(a, b, c) is a b + c, rounded once or twice.  In a kernel source it is
- * a type of that source alone, so that these templates are too. */
+ * Arithmetic::Number is what they compute in, Arithmetic::multiply_add(a, b, c) is a b + c.  In a
+ * kernel source it is a type of that source alone, so that these templates are too. */
 #ifndef RSMPL_RESAMPLE_FILTERSTEP_INTERNAL_H
 #define RSMPL_RESAMPLE_FILTERSTEP_INTERNAL_H
 
@@ -53,35 +53,38 @@ template <typename Arithmetic>
 class SectionFilter
 {
 public:
+    using Number = typename Arithmetic::Number;
+
     [[gnu::always_inline]] constexpr SectionFilter(const Section& section, const double* memory)
         : a_(section.a), b_(section.b), a_minus_c_(section.a_minus_c), p_(memory[0]), q_(memory[1])
     {
     }
 
-    [[gnu::always_inline]] constexpr double step(double x)
+    [[gnu::always_inline]] constexpr Number step(Number x)
     {
         return advance(Arithmetic::multiply_add(b_, q_, x));
     }
 
-    [[gnu::always_inline]] constexpr double step_of_zero() { return advance(b_ * q_); }
+    [[gnu::always_inline]] constexpr Number step_of_zero() { return advance(b_ * q_); }
 
     [[gnu::always_inline]] constexpr void store(double* memory) const
     {
-        memory[0] = p_;
-        memory[1] = q_;
+        memory[0] = static_cast<double>(p_);
+        memory[1] = static_cast<double>(q_);
     }
 
 private:
-    [[gnu::always_inline]] constexpr double advance(double h)
+    [[gnu::always_inline]] constexpr Number advance(Number h)
     {
-        const double w = Arithmetic::multiply_add(a_, p_, h);
-        const double next = Arithmetic::multiply_add(a_minus_c_, p_, h - q_);
+        const Number w = Arithmetic::multiply_add(a_, p_, h);
+        const Number next = Arithmetic::multiply_add(a_minus_c_, p_, h - q_);
         q_ = p_;
         p_ = next;
         return w;
     }
 
-    double a_, b_, a_minus_c_, p_, q_;
+    double a_, b_, a_minus_c_;
+    Number p_, q_;
 };
 
 // Four sections in a row.
@@ -89,15 +92,17 @@ template <typename Arithmetic>
 class Filter
 {
 public:
+    using Number = typename Arithmetic::Number;
+
     [[gnu::always_inline]] constexpr Filter(const Cascade& cascade, const double* memory)
         : first_(cascade.section[0], memory), second_(cascade.section[1], memory + 2),
           third_(cascade.section[2], memory + 4), fourth_(cascade.section[3], memory + 6)
     {
     }
 
-    [[gnu::always_inline]] constexpr double step(double x) { return rest(first_.step(x)); }
+    [[gnu::always_inline]] constexpr Number step(Number x) { return rest(first_.step(x)); }
 
-    [[gnu::always_inline]] constexpr double step_of_zero() { return rest(first_.step_of_zero()); }
+    [[gnu::always_inline]] constexpr Number step_of_zero() { return rest(first_.step_of_zero()); }
 
     [[gnu::always_inline]] constexpr void store(double* memory) const
     {
@@ -108,7 +113,7 @@ public:
     }
 
 private:
-    [[gnu::always_inline]] constexpr double rest(double w)
+    [[gnu::always_inline]] constexpr Number rest(Number w)
     {
         return fourth_.step(third_.step(second_.step(w)));
     }

@@ -13,6 +13,8 @@ namespace
 {
 
 struct Arithmetic {
+    using Number = double;
+
     [[gnu::always_inline]] static double multiply_add(double a, double b, double c)
     {
         return RSMPL_LEVEL::multiply_add(a, b, c);

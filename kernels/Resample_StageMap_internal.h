@@ -18,6 +18,54 @@
 namespace rsmpl
 {
 
+// The unevaluated sum of two doubles, for maps that are right to the last bit: what a column is off
+// would show in many more outputs than the rounding of the sums.
+struct Wide {
+    double high;
+    double low;
+
+    constexpr Wide(double value, double rest = 0) : high(value + rest), low(rest - (high - value))
+    {
+    }
+    constexpr explicit operator double() const { return high; }
+};
+
+constexpr Wide operator+(Wide a, Wide b)
+{
+    const double sum = a.high + b.high;
+    const double b_in_sum = sum - a.high;
+    const double error = (a.high - (sum - b_in_sum)) + (b.high - b_in_sum);
+    return {sum, error + (a.low + b.low)};
+}
+
+constexpr Wide operator-(Wide a, Wide b)
+{
+    return a + Wide(-b.high, -b.low);
+}
+
+// Of halves with 26 bits all products are exact.
+constexpr double upper_half(double x)
+{
+    const double scaled = x * 134217729.0; // 2^27 + 1
+    return scaled - (scaled - x);
+}
+
+constexpr Wide operator*(double a, Wide b)
+{
+    const double product = a * b.high;
+    const double a_high = upper_half(a), a_low = a - a_high;
+    const double b_high = upper_half(b.high), b_low = b.high - b_high;
+    const double error =
+        ((a_high * b_high - product) + a_high * b_low + a_low * b_high) + a_low * b_low;
+    return {product, error + a * b.low};
+}
+
+struct WideArithmetic {
+    using Number = Wide;
+
+    static constexpr Wide multiply_add(double a, Wide b, Wide c) { return a * b + c; }
+};
+
 inline constexpr std::size_t kRows = 8; // that are kept together: a cache line of doubles
 
 // The stage that inserts zeros up to L times the rate and keeps every M-th step.
@@ -48,21 +96,19 @@ public:
     }
 
 private:
-    struct TwoRoundings {
-        static constexpr double multiply_add(double a, double b, double c) { return a * b + c; }
-    };
-
     constexpr void derive_column(std::size_t column)
     {
         const Cascade cascade = widen(design<L, M>(), L);
         double memory[kMemory] = {};
         if (column < kMemory)
             memory[column] = 1;
-        Filter<TwoRoundings> filter(cascade, memory);
+        Filter<WideArithmetic> filter(cascade, memory);
         for (std::size_t t = 0; t < kInputs * L; ++t) {
-            const double w = filter.step(column >= kMemory && t == (column - kMemory) * L ? 1 : 0);
+            const double x = column >= kMemory && t == (column - kMemory) * L ? 1 : 0;
+            const Wide w = filter.step(x);
             if (t % M == 0)
-                rows[1 + t / M / kRows][column][t / M % kRows] = cascade.gain * w;
+                rows[1 + t / M / kRows][column][t / M % kRows] =
+                    static_cast<double>(cascade.gain * w);
         }
         filter.store(rows[0][column]);
     }

@@ -48,7 +48,8 @@ void expect_each(const std::vector<Src>& src, Convert convert, Each each)
 TEST(Convert, EveryLengthAndOffsetGivesWhatOneSampleGives)
 {
     std::mt19937_64 generator(1);
-    std::vector<float> floats = {std::nanf(""), kInf, -kInf, -0.0F, 0.49999997F / 4};
+    std::vector<float> floats = {std::nanf(""), kInf,      -kInf, -0.0F, 0.49999997F / 4,
+                                 65535.5F,      -32769.5F, 3e9F,  -3e9F};
     std::vector<long> wides = {LONG_MAX, LONG_MIN, LONG_MAX - 32767, LONG_MIN + 32767, -32768};
     std::vector<short> shorts;
     for (int i = 0; i < 65536; ++i) {
@@ -76,6 +77,11 @@ TEST(Convert, EveryLengthAndOffsetGivesWhatOneSampleGives)
                 wides, [=](auto... a) { Convert_Int32ToInt16(a..., mode); },
                 [=](long x) { return narrowed(x, mode); });
         }
+        expect_each<short>(
+            floats, rsmpl::active_kernels().convert.float_to_short_wrapping, [](double x) {
+                const double cut = std::clamp(x, -0x1p31, 0x1p31 - 1);
+                return static_cast<short>(std::isnan(x) ? 0L : static_cast<long>(cut));
+            });
     }
 }
 

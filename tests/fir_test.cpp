@@ -67,7 +67,8 @@ protected:
         std::mt19937 generator(1);
         Floats block = in_, out(in_.size() / M * L);
         for (std::size_t from = 0, frames; from < in_.size() / M; from += frames) {
-            frames = std::min<std::size_t>(generator() % 40, in_.size() / M - from);
+            frames =
+                std::min<std::size_t>(generator() % 40 * (generator() % 20), in_.size() / M - from);
             float* const to = L <= M ? &block[from * M] : &out[from * L];
             filter(&block[from * M], to, frames);
             std::copy_n(to, L <= M ? frames * L : 0, &out[from * L]);
@@ -77,7 +78,7 @@ protected:
 
     const std::size_t length_ = std::get<1>(GetParam());
     const unsigned seed_ = std::get<2>(GetParam());
-    const Floats taps_ = signal(length_, seed_), in_ = signal(240, seed_ + 2),
+    const Floats taps_ = signal(length_, seed_), in_ = signal(2160, seed_ + 2),
                  none_ = Floats(length_);
 };
 
@@ -103,8 +104,8 @@ TEST_P(FirTest, OneRateGivesTheFusedSum)
 
 TEST_P(FirTest, SeveralRatesGiveTheFusedSumOverInsertedZeros)
 {
-    const std::pair<std::size_t, std::size_t> rates[] = {{1, 1}, {1, 3}, {3, 1}, {2, 3},
-                                                         {3, 2}, {4, 6}, {5, 5}, {1, 240}};
+    const std::pair<std::size_t, std::size_t> rates[] = {{1, 1}, {1, 3}, {3, 1},   {2, 3},   {3, 2},
+                                                         {4, 6}, {5, 5}, {1, 240}, {7, 2160}};
     for (const auto& [L, M] : rates) {
         FIRMRState* state = nullptr;
         EXPECT_EQ(FIRMRInitAlloc(&state, taps_.data(), length_, L, M), 1);
@@ -131,7 +132,7 @@ TEST_P(FirTest, DirectGivesTheFusedSumOnTheCallersHistory)
 
 INSTANTIATE_TEST_SUITE_P(LevelsLengthsAndSeeds, FirTest,
                          testing::Combine(testing::Range(0, rsmpl::available_levels()),
-                                          testing::Values(1, 2, 3, 7, 8, 9, 64, 65),
+                                          testing::Values(1, 2, 3, 7, 8, 9, 65, 128, 129, 300),
                                           testing::Range(0U, 2U)));
 
 TEST(Fir, EmptyFiltersAndCallsTouchNothing)

@@ -18,18 +18,23 @@ double checksum(const float* table)
 
 const double before_any_call = checksum(s_FiltCoeffs_3_1) + checksum(s_FiltCoeffs_6_1);
 
-class StageTest : public testing::TestWithParam<std::tuple<int, int>>
+class StageTest : public testing::TestWithParam<std::tuple<int, bool, int>>
 {
 protected:
-    StageTest() { rsmpl::force_level(std::get<0>(GetParam())); }
+    StageTest() { rsmpl::force_level(level_, std::get<1>(GetParam())); }
 
-    // One call on the context as it is.
+    // One call on the context as it is, with blocks of every alignment in turn.
     Floats run(const Floats& in)
     {
-        Guarded out(stage_.outputs(static_cast<int>(in.size())));
-        stage_.run(in.data(), out.data(), ctx_, static_cast<int>(in.size()));
-        EXPECT_EQ(out.untouched(), 0) << "length " << in.size();
-        return out.block();
+        const auto offset = static_cast<std::ptrdiff_t>(in.size() % 8);
+        Floats shifted(static_cast<std::size_t>(offset));
+        shifted.insert(shifted.end(), in.begin(), in.end());
+        const int len = static_cast<int>(in.size());
+        Guarded out(static_cast<int>(offset / 3) + stage_.outputs(len));
+        stage_.run(shifted.data() + offset, out.data() + offset / 3, ctx_, len);
+        EXPECT_EQ(out.untouched(), offset / 3) << "length " << in.size();
+        const Floats block = out.block();
+        return {block.begin() + offset / 3, block.end()};
     }
 
     Floats run_anew(const Floats& in)
@@ -38,14 +43,15 @@ protected:
         return run(in);
     }
 
-    const Stage& stage_ = kStages[std::get<1>(GetParam())];
+    const int level_ = std::get<0>(GetParam());
+    const Stage& stage_ = kStages[std::get<2>(GetParam())];
     float ctx_[9];
 };
 
 TEST_P(StageTest, MatchesTheModelAtEveryLengthAndInPlace)
 {
     int rounded_otherwise = 0;
-    for (int len = 0; len <= 960; len += len < 50 ? 1 : 65) {
+    for (int len = 0; len <= 960; len += len < 300 ? 1 : 65) { // beyond a tile and all of its rest
         const Floats in = noise(len);
         stage_.init(ctx_)[0] = 7; // the reserved word
         const Floats out = run(in);
@@ -59,7 +65,7 @@ TEST_P(StageTest, MatchesTheModelAtEveryLengthAndInPlace)
         shared.resize(out.size());
         EXPECT_EQ(shared, out) << "in place, length " << len;
     }
-    EXPECT_LE(rounded_otherwise, 3) << "of thousands, where two ways in double precision differ";
+    EXPECT_LE(rounded_otherwise, 6) << "of 17,000 to 300,000, where two ways in double differ";
 }
 
 TEST_P(StageTest, JoinsBlocksWithoutASeam)
@@ -90,17 +96,20 @@ TEST_P(StageTest, PassesDcAndStopsTheLowerNyquistFrequency)
 
 TEST_P(StageTest, CarriesNanAndInfForwardOnly)
 {
-    const Floats clean = run_anew(noise(120));
-    for (const float bad : {NAN, INFINITY}) {
-        Floats in = noise(120);
-        in[61] = bad;
-        const Floats out = run_anew(in);
-        const int first = (61 * stage_.insertion + stage_.kept - 1) / stage_.kept;
-        EXPECT_TRUE(std::equal(out.begin(), out.begin() + first, clean.begin()));
-        EXPECT_TRUE(std::none_of(out.begin() + first, out.end(),
-                                 [](float value) { return std::isfinite(value); }));
-        EXPECT_EQ(run_anew(noise(120)), clean) << "after an initialiser";
-    }
+    const Floats clean = run_anew(noise(720));
+    for (const float bad : {NAN, INFINITY})
+        for (const int at : {0, 61, 300, 660, 719}) { // in tiles, a block of the rest, and its end
+            Floats in = noise(720);
+            in[static_cast<std::size_t>(at)] = bad;
+            const Floats out = run_anew(in);
+            const int first = (at * stage_.insertion + stage_.kept - 1) / stage_.kept;
+            for (int i = 0; i < first; ++i)
+                ASSERT_FLOAT_EQ(out[static_cast<std::size_t>(i)],
+                                clean[static_cast<std::size_t>(i)]);
+            EXPECT_TRUE(std::none_of(out.begin() + first, out.end(),
+                                     [](float value) { return std::isfinite(value); }));
+            EXPECT_EQ(run_anew(noise(720)), clean) << "after an initialiser";
+        }
 }
 
 TEST_P(StageTest, InitialiserClearsTheContextAndFillsTheTable)
@@ -130,6 +139,39 @@ TEST_P(StageTest, KeepsItsMemoryInTheContextNewestFirst)
     }
 }
 
+TEST_P(StageTest, IsTheStepsToTheLastBit)
+{
+    int differ = 0;
+    for (unsigned block = 0; block < 400; ++block) {
+        Floats in = noise(960, block), ctx(ctx_, ctx_ + 9);
+        if (block % 4 == 3)
+            std::fill(in.begin(), in.end(), 0.0F); // down to denormals
+        rsmpl::force_level(level_, true);
+        Floats expected(static_cast<std::size_t>(stage_.outputs(960)));
+        stage_.run(in.data(), expected.data(), ctx.data(), 960);
+        rsmpl::force_level(level_);
+        const Floats out = run(in);
+        for (std::size_t i = 0; i < out.size(); ++i) {
+            differ += out[i] != expected[i];
+            ASSERT_FLOAT_EQ(out[i], expected[i]);
+            ASSERT_EQ(std::lround(out[i]), std::lround(expected[i]));
+        }
+    }
+    EXPECT_LE(differ, 1);
+}
+
+TEST_P(StageTest, TakesWhatTheTableHolds)
+{
+    stage_.init(ctx_);
+    float& last = const_cast<float&>(stage_.table[12]);
+    last += 0.125F;
+    const Floats in = noise(960);
+    const float out = run(in).back();
+    const double expected = model_of(stage_, in).back();
+    run_anew({}); // restores it
+    EXPECT_FLOAT_EQ(out, static_cast<float>(expected));
+}
+
 TEST(Levels, AreAllThereAndTheBestIsInUse)
 {
     int levels = 1;
@@ -144,6 +186,6 @@ TEST(Levels, AreAllThereAndTheBestIsInUse)
 
 INSTANTIATE_TEST_SUITE_P(LevelsAndStages, StageTest,
                          testing::Combine(testing::Range(0, rsmpl::available_levels()),
-                                          testing::Range(0, 10)));
+                                          testing::Bool(), testing::Range(0, 10)));
 
 } // namespace

@@ -1,0 +1,160 @@
+// One written value per kernel, the same on every machine, level and compiler.  The stages' values
+// are of their 16-bit outputs, and at levels with fused multiply-add of the floats too.
+#include "api/resample_api.h"
+#include "convert/Resample_DatTypeConvert.h"
+#include "fir/Resample_FIRFiltering.h"
+#include "kernels/Resample_Kernels_internal.h"
+#include "spectral/Resample_CFFT.h"
+#include "tests/common.h"
+
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <tuple>
+
+namespace
+{
+
+constexpr int kBlock = 960;
+
+// Ten blocks each of noise, pulses through a resonance, impulses, silence.
+Shorts stream()
+{
+    std::uint32_t random = 1;
+    double resonance[2] = {};
+    Shorts samples;
+    for (int i = 0; i < 40 * kBlock; ++i) {
+        random = random * 1664525 + 1013904223;
+        const double pulse = i % 160 == 0 ? 4000 : 0;
+        const double voice = pulse + 1.9375 * resonance[0] - 0.953125 * resonance[1];
+        resonance[1] = resonance[0];
+        resonance[0] = voice;
+        const double values[] = {random / 262144.0 - 8192, voice, i % 997 == 0 ? 30000.0 : 0, 0};
+        samples.push_back(static_cast<short>(values[i / (10 * kBlock)]));
+    }
+    return samples;
+}
+
+// FNV-1a over what run(in, out) makes of the stream, block by block.
+template <typename T, typename Run>
+std::uint64_t checksum(int outputs, const Run& run)
+{
+    static const Shorts all = stream();
+    std::uint64_t sum = 14695981039346656037U;
+    for (auto from = all.begin(); from != all.end(); from += kBlock) {
+        Floats in(from, from + kBlock);
+        std::vector<T> out(static_cast<std::size_t>(outputs));
+        run(in.data(), out.data());
+        const auto* bytes = reinterpret_cast<const unsigned char*>(out.data());
+        for (std::size_t i = 0; i < out.size() * sizeof(T); ++i)
+            sum = (sum ^ bytes[i]) * 1099511628211U;
+    }
+    return sum;
+}
+
+class Checksums : public testing::TestWithParam<std::tuple<int, bool>>
+{
+protected:
+    Checksums() { rsmpl::force_level(std::get<0>(GetParam()), by_steps_); }
+
+    const bool by_steps_ = std::get<1>(GetParam());
+#ifdef __aarch64__
+    const bool fused_ = true;
+#else
+    const bool fused_ = std::get<0>(GetParam()) > 0;
+#endif
+};
+
+TEST_P(Checksums, OfTheStages)
+{
+    using Sums = std::uint64_t[10];
+    const Sums floats = {
+        0x4d471f4d0541b82cU, 0xf442b169ee98c09cU, 0x2b5674d647980b27U, 0x530cfc2881baef19U,
+        0xfdc196279d2f3f62U, 0x11d5d5d9d357c9c4U, 0xff86c7dab2773f7bU, 0xb2a5088deedb6593U,
+        0xab4e70a622d664a8U, 0xeaf7b52c4cfcaa30U,
+    };
+    const Sums shorts = {
+        0x1be021a2160b1f0dU, 0x4da7f00ce631e32aU, 0x0c44fbfe2b50d28bU, 0xf10d658bf5fe9a9aU,
+        0xba1d86c42403e2c0U, 0x8970aa4e24d89344U, 0x2b80473cb8592171U, 0x3e475671517513c0U,
+        0xe38669610d9fc470U, 0x2db4ee421e01b04aU,
+    };
+    for (std::size_t row = 0; row < 10; ++row) {
+        const Stage& stage = kStages[row];
+        const int outputs = stage.outputs(kBlock);
+        float ctx[9];
+        const auto run = [&](const float* in, float* out) { stage.run(in, out, ctx, kBlock); };
+        const auto run_to_shorts = [&](const float* in, short* out) {
+            Floats values(static_cast<std::size_t>(outputs));
+            run(in, values.data());
+            Convert_FloatToShort(out, values.data(), outputs, 1);
+        };
+        stage.init(ctx);
+        EXPECT_EQ(checksum<short>(outputs, run_to_shorts), shorts[row]) << row;
+        stage.init(ctx);
+        const std::uint64_t sum = checksum<float>(outputs, run);
+        EXPECT_TRUE(sum == floats[row] || by_steps_ || !fused_) << row << ": " << sum;
+    }
+}
+
+TEST_P(Checksums, OfTheOthers)
+{
+    Floats taps, history(400);
+    for (int j = 0; j < 200; ++j)
+        taps.push_back(static_cast<float>(j * 7919 % 1000) / 4096 - 0.125F);
+    std::uint32_t position = 0;
+    FIRState* one = nullptr;
+    FIRMRState* several = nullptr;
+    CFFT fft;
+    FIRInitAlloc(&one, taps.data(), 200, nullptr);
+    FIRMRInitAlloc(&several, taps.data(), 200, 2, 3);
+    fft.FFTInitAlloc(9);
+    EXPECT_EQ(
+        checksum<float>(kBlock, [&](auto in, auto out) { FIRFiltering(one, in, out, kBlock); }),
+        0x0174412ce136c225U);
+    EXPECT_EQ(checksum<float>(kBlock,
+                              [&](auto in, auto out) {
+                                  FIRFiltering_Direct(in, out, kBlock, taps.data(), 200,
+                                                      history.data(), &position);
+                              }),
+              0x0174412ce136c225U);
+    EXPECT_EQ(
+        checksum<float>(kBlock / 3 * 2,
+                        [&](auto in, auto out) { FIRMRFiltering(several, in, out, kBlock / 3); }),
+        0xecacc8c0d5af51baU);
+    EXPECT_EQ(checksum<DCOMPLEX>(257, [&](auto in, auto out) { fft.FFTFwd_RToC(in, out); }),
+              0xf1895ebd5190d530U);
+    for (const auto& [mode, written] :
+         {std::pair{0, 0xc2cd8e5b7d457715UL}, {1, 0x39e9fad7c23bc10cUL}})
+        EXPECT_EQ(checksum<float>(kBlock,
+                                  [mode = mode](auto in, auto out) {
+                                      Shorts narrow(kBlock);
+                                      std::vector<long> wide(kBlock);
+                                      Convert_FloatToShort_Sf(narrow.data(), in, kBlock, mode, -3);
+                                      Convert_Int16ToInt32(wide.data(), narrow.data(), kBlock);
+                                      wide[7] += 32768;
+                                      Convert_Int32ToInt16(narrow.data(), wide.data(), kBlock,
+                                                           mode);
+                                      Convert_ShortToFloat_Sf(out, narrow.data(), kBlock, 13);
+                                  }),
+                  written);
+    FIRFree(one);
+    FIRMRFree(several);
+    fft.FFTFree();
+}
+
+TEST_P(Checksums, OfAHandle)
+{
+    resample_handle* handle = resample_init(2, 48000, 16000, kBlock / 2);
+    EXPECT_EQ(checksum<short>(kBlock / 3,
+                              [=](auto in, auto out) {
+                                  resample_process(handle, Shorts(in, in + kBlock).data(), out,
+                                                   kBlock);
+                              }),
+              0x723198af0ed5ecc7U);
+    resample_exit(handle);
+}
+
+INSTANTIATE_TEST_SUITE_P(LevelsAndForms, Checksums,
+                         testing::Combine(testing::Range(0, rsmpl::available_levels()),
+                                          testing::Bool()));
+
+} // namespace
