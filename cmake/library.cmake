@@ -44,6 +44,7 @@ rsmpl_objects(rsmpl_base
     iir/Resample_IIRFilterDesign.cpp
     iir/Resample_Rsmpl_IIR_api.cpp
     kernels/Resample_KernelChoice.cpp
+    kernels/Resample_StageMaps.cpp
     spectral/Resample_CFFT.cpp
     spectral/Resample_Complex.cpp)
 rsmpl_kernel_level(baseline)
@@ -61,7 +62,7 @@ set_target_properties(rsmpl PROPERTIES
     SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS ${version_script})
 target_link_options(rsmpl PRIVATE
-    -Wl,--version-script=${version_script} -Wl,-Bsymbolic-functions -Wl,-z,relro,-z,now)
+    -Wl,--version-script=${version_script} -Wl,-Bsymbolic-functions -Wl,-z,relro,-z,now,-z,noseparate-code)
 
 add_library(rsmpl_static STATIC ${rsmpl_sources})
 set_target_properties(rsmpl_static PROPERTIES OUTPUT_NAME rsmpl EXPORT_NAME static)

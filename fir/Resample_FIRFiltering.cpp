@@ -8,13 +8,18 @@
 namespace
 {
 
-// What a tile works on: bounds of its scratch on the stack, some 20 KiB.
+// What a tile works on: bounds of its scratch on the stack, some 22 KiB.
 constexpr std::uint64_t kTileOutputs = 256;
 constexpr std::uint64_t kTileTaps = 128;
 constexpr std::uint64_t kWindow = 2048;
 
 // The last `size` values of a stream in a circle; the next one overwrites the oldest.
 struct DelayLine {
+    DelayLine(float* memory, std::uint64_t count, std::uint64_t next)
+        : values(memory), size(count), index(next)
+    {
+    }
+
     float* values;
     std::uint64_t size;
     std::uint64_t index; // where the next value goes
@@ -61,6 +66,12 @@ void append(DelayLine& line, const Stream& stream, std::uint64_t tick, std::uint
     line.index = (index + kept) % line.size;
 }
 
+// To as many as the inner loop may touch.
+std::uint64_t round_up(std::uint64_t outputs)
+{
+    return (outputs + rsmpl::kFirOutputs - 1) / rsmpl::kFirOutputs * rsmpl::kFirOutputs;
+}
+
 // The inner loop wants the values that a tap meets, output after output, side by side.  With one
 // output for every M ticks they are M apart, so that a window is split into its M phases.
 class Window
@@ -70,8 +81,7 @@ public:
     // needs to the newest that the last one does.
     Window(std::uint64_t outputs, std::uint64_t taps, std::uint64_t M)
         : ticks((outputs - 1) * M + taps), taps_(taps), M_(M),
-          row_((outputs + rsmpl::kFirOutputs - 1) / rsmpl::kFirOutputs * rsmpl::kFirOutputs +
-               (taps - 1) / M)
+          row_(round_up(outputs) + (taps - 1) / M)
     {
         std::fill_n(values + ticks, rsmpl::kFirOutputs - 1, 0.0F); // to read, not to use
     }
@@ -128,7 +138,8 @@ void filter(DelayLine& line, const float* taps, std::uint64_t length, const Stre
     std::uint64_t n;
     for (std::uint64_t k = 0; k < outputs; k += n) {
         n = std::min(outputs - k, Window::outputs(std::min(length, kTileTaps), M));
-        float sums[kTileOutputs] = {};
+        float sums[kTileOutputs];
+        std::fill_n(sums, round_up(n), 0.0F);
         for (std::uint64_t j = 0; j < length; j += kTileTaps) {
             const std::uint64_t count = std::min(length - j, kTileTaps);
             Window window(n, count, M);
@@ -194,7 +205,7 @@ void FIRFiltering(FIRState* state, const float* in, float* out, uint64_t n)
         std::fill_n(out, n, 0.0F);
         return;
     }
-    DelayLine line = {state->delay, state->length, state->index};
+    DelayLine line(state->delay, state->length, state->index);
     filter(line, state->taps, state->length, {in, 1}, 1, out, n);
     state->index = line.index;
 }
@@ -230,7 +241,7 @@ void FIRMRFiltering(FIRMRState* state, const float* in, float* out, uint64_t n)
         std::fill_n(out, L * n, 0.0F);
         return;
     }
-    DelayLine line = {state->delay, state->length, state->index};
+    DelayLine line(state->delay, state->length, state->index);
     filter(line, state->taps, state->length, {in, L}, M, out, L * n);
     state->index = line.index;
 }
@@ -250,7 +261,7 @@ void FIRFiltering_Direct(const float* in, float* out, int n, const float* taps, 
         return;
     }
     const auto length = static_cast<std::uint64_t>(N);
-    DelayLine line = {history, 2 * length, *position % (2 * length)};
+    DelayLine line(history, 2 * length, *position % (2 * length));
     filter(line, taps, length, {in, 1}, 1, out, static_cast<std::uint64_t>(n));
     *position = static_cast<std::uint32_t>(line.index);
 }

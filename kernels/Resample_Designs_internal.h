@@ -55,8 +55,10 @@ template <std::size_t L, std::size_t M>
         return kDesign3;
     else if constexpr (kRatio == 4)
         return kDesign4;
-    else
+    else {
+        static_assert(kRatio == 6);
         return kDesign6;
+    }
 }
 
 } // namespace rsmpl

@@ -13,7 +13,8 @@
 namespace rsmpl
 {
 
-inline constexpr std::size_t kMemory = 2 * kSections; // (p, q) per section, p the newer
+inline constexpr std::size_t kMemory =
+    2 * std::size_t{kSections}; // (p, q) per section, p the newer
 
 // Coefficients of one second-order section,
 //     (1 + C/z + 1/z^2) / (1 - (A - C)/z - (B - 1)/z^2).

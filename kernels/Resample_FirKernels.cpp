@@ -44,8 +44,7 @@ void run_tiles(float* sums, std::size_t n, const float* taps, const std::size_t*
 void convolve(float* sums, std::size_t n, const float* taps, const std::size_t* starts,
               std::size_t count, const float* window)
 {
-    run_tiles<8>(sums, (n + kFirOutputs - 1) / kFirOutputs * kFirOutputs, taps, starts, count,
-                 window);
+    run_tiles<8>(sums, (n + kFloats - 1) / kFloats * kFloats, taps, starts, count, window);
 }
 
 } // namespace

@@ -2,7 +2,7 @@
  *
  * Each family of kernels is one source, compiled once for each level of the processor family
  * into the namespace named by RSMPL_LEVEL; the level is chosen once, when the library is
- * loaded.  Nothing in such a source may have external linkage but its table and what is always
+ * loaded.  Nothing in such a source may have external linkage but its tables and what is always
  * inlined: a function shared with the rest of the library could be linked in the version of a
  * level that the processor does not have.
  *
@@ -21,7 +21,7 @@
 namespace rsmpl
 {
 
-// Runs one stage over `len` inputs: inserts its zeros, steps the filter, keeps its steps.
+// Runs one stage over `len` inputs: inserts its zeros, filters, keeps its steps.
 // `memory` holds (p, q) per section, p the newer, read at the start and written at the end.
 // Reads in[0 .. len), writes floor(len * L / M) outputs, L - 1 being the zeros inserted after
 // each input and M the step between kept values; out may be in where L <= M.
@@ -43,7 +43,7 @@ struct IirKernels {
 
 struct FirKernels {
     // sums[k] += taps[j] * window[starts[j] + k] for k < n, over `count` taps in their order, each
-    // multiply-add rounded once.  Reads and writes up to the next multiple of kFirOutputs.
+    // multiply-add rounded once.  May read and write up to the next multiple of kFirOutputs.
     void (*convolve)(float* sums, std::size_t n, const float* taps, const std::size_t* starts,
                      std::size_t count, const float* window);
 };

@@ -2,7 +2,6 @@
 #define RSMPL_RESAMPLE_TRUNCATE_INTERNAL_H
 
 #include <cstdint>
-#include <limits>
 
 namespace rsmpl
 {
@@ -17,8 +16,7 @@ namespace rsmpl
     const float low = x > -kTooLarge ? x : -kTooLarge; // NaN too becomes -2^31
     const float within = low < kLargestBelow ? low : kLargestBelow;
     const auto whole = static_cast<std::int32_t>(within);
-    const std::int32_t saturated =
-        x >= kTooLarge ? std::numeric_limits<std::int32_t>::max() : whole;
+    const std::int32_t saturated = x >= kTooLarge ? INT32_MAX : whole;
     return x == x ? saturated : 0;
 }
 

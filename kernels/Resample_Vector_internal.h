@@ -52,7 +52,13 @@ template <typename Vector, typename T>
     std::memcpy(to, &v, sizeof v);
 }
 
-// All lanes alike.
+#if defined(__FMA__) || defined(__aarch64__)
+inline constexpr bool kFuses = true;
+#else
+inline constexpr bool kFuses = false;
+#endif
+
+// All lanes alike.  Unlike a sum with zeros the difference keeps -0.
 [[gnu::always_inline]] inline Doubles broadcast(double x)
 {
     return x - Doubles{};

@@ -16,23 +16,25 @@ extern "C" void __libc_free(void* memory);
 static bool watching = false;
 static int until_failure = 0; // the allocation that fails, counted down; none when below 1
 static int live = 0;
+static std::size_t bytes = 0;
 
-static bool fails()
+static bool fails(std::size_t size)
 {
     if (!watching || --until_failure == 0)
         return watching;
     ++live;
+    bytes += size;
     return false;
 }
 
 extern "C" void* malloc(std::size_t size)
 {
-    return fails() ? nullptr : __libc_malloc(size);
+    return fails(size) ? nullptr : __libc_malloc(size);
 }
 
 extern "C" void* calloc(std::size_t count, std::size_t size)
 {
-    return fails() ? nullptr : __libc_calloc(count, size);
+    return fails(count * size) ? nullptr : __libc_calloc(count, size);
 }
 
 extern "C" void free(void* memory)
@@ -117,7 +119,10 @@ TEST(Allocation, FailureAnywhereIsToldAndReleasesEverything)
     EXPECT_EQ(FIRInitAlloc(&state, nullptr, (1UL << 61U) - 2, nullptr), 0);
     FIRFree(state);
     until_failure = live = 0;
+    bytes = 0;
     watching = true;
+    EXPECT_TRUE(open_and_close(1, 48000));
+    EXPECT_LE(bytes, 16U << 10U) << "for a mono handle";
     for (int cycle = 0; cycle < 1000; ++cycle)
         EXPECT_TRUE(open_and_close(1, 48000));
     EXPECT_EQ(live, 0);

@@ -160,6 +160,17 @@ TEST_P(StageTest, IsTheStepsToTheLastBit)
     EXPECT_LE(differ, 1);
 }
 
+TEST_P(StageTest, TakesAMemoryThatIsNotFiniteAsTheStepsDo)
+{
+    Floats out[2];
+    for (const bool by_steps : {false, true}) {
+        rsmpl::force_level(level_, by_steps);
+        stage_.init(ctx_)[7] = INFINITY; // of the last section alone
+        out[by_steps] = run(noise(960));
+    }
+    EXPECT_TRUE(std::equal(out[0].begin(), out[0].end(), out[1].begin(), same));
+}
+
 TEST_P(StageTest, TakesWhatTheTableHolds)
 {
     stage_.init(ctx_);
@@ -175,11 +186,17 @@ TEST_P(StageTest, TakesWhatTheTableHolds)
 TEST(Levels, AreAllThereAndTheBestIsInUse)
 {
     int levels = 1;
+    bool by_blocks = true;
 #ifdef __x86_64__
-    levels += __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    by_blocks = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    levels += by_blocks;
 #endif
     ASSERT_EQ(rsmpl::available_levels(), levels);
     EXPECT_STREQ(rsmpl::active_kernels().level, levels == 1 ? "baseline" : "avx2");
+    rsmpl::force_level(levels - 1);
+    rsmpl::StageKernel* const fastest = rsmpl::active_kernels().iir.downsample1_3;
+    rsmpl::force_level(levels - 1, true);
+    EXPECT_EQ(rsmpl::active_kernels().iir.downsample1_3 != fastest, by_blocks);
     rsmpl::force_level(0);
     EXPECT_STREQ(rsmpl::active_kernels().level, "baseline");
 }
