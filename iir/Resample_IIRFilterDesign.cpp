@@ -65,7 +65,8 @@ struct Coefficients {
 void decimate(StageKernel* kernel, const CoefficientTable& table, const float* in, float* out,
               float* ctx, int len)
 {
-    kernel(Coefficients(table).values, in, out, ctx + 1, len);
+    if (len > 0)
+        kernel(Coefficients(table).values, in, out, ctx + 1, len);
 }
 
 // Outputs overtake inputs, so the filter reads from a copy.  Pieces are a whole number of

@@ -21,7 +21,7 @@
 namespace rsmpl
 {
 
-// Runs one stage over `len` inputs: inserts its zeros, filters, keeps its steps.
+// Runs one stage over `len` inputs, at least one: inserts its zeros, filters, keeps its steps.
 // `memory` holds (p, q) per section, p the newer, read at the start and written at the end.
 // Reads in[0 .. len), writes floor(len * L / M) outputs, L - 1 being the zeros inserted after
 // each input and M the step between kept values; out may be in where L <= M.
