@@ -57,6 +57,7 @@ cmp new.wav out.wav
 
 # What goes wrong is said in one line and leaves everything as it was.
 rate=96000 make 96.wav 0.1 sine 100
+make long.wav 24 sine 100
 head -c -200 24.flac >cut.flac; touch empty.wav line errors
 sox 1.wav silent.wav trim 0 0s
 sox -M 1.wav{,,,}{,,,} 16.wav; "$rsmpl" 16.wav sixteen.wav >line
@@ -85,7 +86,8 @@ refused 1 "no/o.wav: No such file" 1.wav no/o.wav
 refused 1 "link.wav: output and input are the same file" 1.wav link.wav
 refused 1 "dangling.wav: a symbolic link that leads nowhere" 1.wav dangling.wav
 refused 1 "full: " 1.wav full
-(ulimit -f 1; refused 1 "o.wav: " 1.wav o.wav; refused 1 "kept.wav: " 1.wav kept.wav)
+# Half a megabyte is what the thread sanitizer needs for itself.
+(ulimit -f 600; refused 1 "o.wav: " long.wav o.wav; refused 1 "kept.wav: " long.wav kept.wav)
 refused 2 "IN is required"
 refused 2 "OUT is required" 1.wav
 refused 2 "" 1.wav o.wav third; refused 2 "" --loud 1.wav o.wav
