@@ -9,6 +9,7 @@
 #include <cmath>
 #include <complex>
 #include <cstdio>
+#include <functional>
 #include <random>
 #include <vector>
 
@@ -122,27 +123,41 @@ void print_general(unsigned long up, unsigned long down, unsigned long taps, flo
                 1000 * response_at(response, from / rate).delay / rate);
 }
 
-// Outputs of the 1:3 stage that the weakest level rounds otherwise than the strongest.
+struct Form {
+    int level;
+    bool by_steps;
+};
+
+// Outputs of the 1:3 stage that one form rounds otherwise than the other.
 template <typename NextSample>
-void print_difference_of_levels(const char* signal, NextSample next_sample)
+int count_differences(Form one, Form other, NextSample next_sample)
 {
-    constexpr int kBlocks = 3125;
-    const int levels[] = {0, rsmpl::available_levels() - 1};
+    constexpr int kBlocks = 3125; // a million outputs
+    const Form forms[] = {one, other};
     float ctx[2][9] = {};
     std::vector<float> in(960);
     std::vector<float> out[2] = {std::vector<float>(320), std::vector<float>(320)};
     int differ = 0;
     for (int block = 0; block < kBlocks; ++block) {
-        std::generate(in.begin(), in.end(), next_sample);
+        std::generate(in.begin(), in.end(), std::ref(next_sample));
         for (int i : {0, 1}) {
-            rsmpl::force_level(levels[i]);
+            rsmpl::force_level(forms[i].level, forms[i].by_steps);
             RSMPL_Down(ctx[i], in.data(), out[i].data(), 960, 2);
         }
         for (std::size_t j = 0; j < out[0].size(); ++j)
             differ += out[0][j] != out[1][j];
     }
-    std::printf("floats that differ between the weakest level and %s, %s: %d of %d\n",
-                rsmpl::active_kernels().level, signal, differ, kBlocks * 320);
+    return differ;
+}
+
+template <typename NextSample>
+void print_differences(const char* signal, NextSample next_sample)
+{
+    const int strongest = rsmpl::available_levels() - 1;
+    std::printf("floats of a million that differ, %s: %d between blocks and steps, %d between the "
+                "weakest and the strongest level\n",
+                signal, count_differences({strongest, false}, {strongest, true}, next_sample),
+                count_differences({0, false}, {strongest, false}, next_sample));
 }
 
 } // namespace
@@ -164,11 +179,10 @@ int main()
     print_general(1, 3, 64, 0);
     print_general(2, 3, 192, 0);
     std::putchar('\n');
-    std::mt19937 generator(1);
-    std::uniform_real_distribution<float> sample(-20000, 20000);
-    print_difference_of_levels("noise", [&] { return sample(generator); });
-    int n = 0;
-    print_difference_of_levels("a 10 kHz tone", [&] {
+    print_differences("noise", [generator = std::mt19937(1)]() mutable {
+        return std::uniform_real_distribution<float>(-20000, 20000)(generator);
+    });
+    print_differences("a 10 kHz tone", [n = 0]() mutable {
         return static_cast<float>(20000 * std::sin(2 * kPi * n++ * 10 / 48));
     });
     return 0;
