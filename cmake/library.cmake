@@ -62,7 +62,7 @@ set_target_properties(rsmpl PROPERTIES
     SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS ${version_script})
 target_link_options(rsmpl PRIVATE
-    -Wl,--version-script=${version_script} -Wl,-Bsymbolic-functions -Wl,-z,relro,-z,now,-z,noseparate-code)
+    -Wl,--version-script=${version_script} -Wl,-Bsymbolic-functions -Wl,-z,relro,-z,now)
 
 add_library(rsmpl_static STATIC ${rsmpl_sources})
 set_target_properties(rsmpl_static PROPERTIES OUTPUT_NAME rsmpl EXPORT_NAME static)

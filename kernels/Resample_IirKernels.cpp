@@ -313,7 +313,7 @@ void run_stage(const CoefficientTable& table, const float* in, float* out, float
     convert(memory, kMemory, s);
     if (ByBlocks && is_same(table, design<L, M>())) {
         if constexpr (ByBlocks) {
-            const StageMap<L, M> map(stage_rows(L, M));
+            const StageMap<L, M> map(stage_rows<L, M>());
             run_tiles<kTile>(map, stream, s);
             run_tiles<1>(AnyStageMap(map), stream, s);
         }

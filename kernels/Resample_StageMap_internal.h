@@ -22,9 +22,9 @@ inline constexpr std::size_t kRows = 8; // that are kept together: a cache line 
 using Rows = const double (*)[kRows];   // column by column
 
 // Derived at compile time: all columns of the new memory, then of outputs [0, 8), [8, 16) and so
-// on. Kernels know only where they are: what they knew of the values they would copy into their
-// code.
-Rows stage_rows(std::size_t L, std::size_t M);
+// on.  Kernels know only where they are; values that they knew they would copy into their code.
+template <std::size_t L, std::size_t M>
+Rows stage_rows();
 
 inline constexpr std::size_t kMostInputs = 48; // of a block, in any stage
 inline constexpr std::size_t kMostOutputs = 24;

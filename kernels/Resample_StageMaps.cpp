@@ -97,19 +97,21 @@ constexpr Columns<L, M> kColumns;
 
 } // namespace
 
-Rows stage_rows(std::size_t L, std::size_t M)
+template <std::size_t L, std::size_t M>
+Rows stage_rows()
 {
-    if (L == 1)
-        return M == 2   ? kColumns<1, 2>.rows()
-               : M == 3 ? kColumns<1, 3>.rows()
-               : M == 4 ? kColumns<1, 4>.rows()
-                        : kColumns<1, 6>.rows();
-    if (M == 1)
-        return L == 2   ? kColumns<2, 1>.rows()
-               : L == 3 ? kColumns<3, 1>.rows()
-               : L == 4 ? kColumns<4, 1>.rows()
-                        : kColumns<6, 1>.rows();
-    return L == 2 ? kColumns<2, 3>.rows() : kColumns<3, 2>.rows();
+    return kColumns<L, M>.rows();
 }
+
+template Rows stage_rows<1, 2>();
+template Rows stage_rows<2, 3>();
+template Rows stage_rows<1, 3>();
+template Rows stage_rows<1, 4>();
+template Rows stage_rows<1, 6>();
+template Rows stage_rows<2, 1>();
+template Rows stage_rows<3, 2>();
+template Rows stage_rows<3, 1>();
+template Rows stage_rows<4, 1>();
+template Rows stage_rows<6, 1>();
 
 } // namespace rsmpl
