@@ -12,18 +12,8 @@
 #include <gtest/gtest.h>
 #include <thread>
 
-// A refused rate keeps its record for good; only refusals made here may.
-extern "C" const char* __lsan_default_suppressions()
-{
-    return "leak:expect_refused_rate\n";
-}
-
 namespace
 {
-
-struct Shape {
-    int channels, in_rate, out_rate, samples_per_ch;
-};
 
 // A square wave at full scale: overshoots and wraps.
 Shorts loud(int len)
@@ -32,104 +22,6 @@ Shorts loud(int len)
     for (int i = 0; i < len; ++i)
         samples.push_back(i / 37 % 2 == 0 ? 32767 : -32767);
     return samples;
-}
-
-std::string printed(const std::function<void()>& call)
-{
-    testing::internal::CaptureStdout();
-    call();
-    return testing::internal::GetCapturedStdout();
-}
-
-// Likely shapes, then any: rates of zero, negative ones and low ones, odd lengths.
-std::vector<Shape> shapes()
-{
-    std::vector<Shape> all = {
-        {1, 48000, 16000, 960}, {1, INT_MAX, INT_MAX, 960}, {1, INT_MIN, INT_MIN, 7}};
-    const int rates[] = {0, 1, -1, 100, 300, 8000, 16000, -16000};
-    std::mt19937 draw(1);
-    for (int i = 0; i < 300; ++i) {
-        const int out_rate = rates[draw() % 8], ratio = static_cast<int>(draw() % 9) - 2;
-        all.push_back({static_cast<int>(draw() % 17), ratio * out_rate, out_rate,
-                       static_cast<int>(draw() % 1010)});
-    }
-    return all;
-}
-
-// Each channel beside its own context of the 1:3 stage, the cut to 16 bits by arithmetic.
-TEST(PublicCalls, RunTheStageOnEachChannelAndKeepWhatIsNotRewritten)
-{
-    testing::internal::CaptureStdout();
-    for (const auto& [channels, in_rate, out_rate, samples_per_ch] : shapes()) {
-        const int ratio = out_rate == 0 ? 0 : in_rate / out_rate;
-        const int outputs = ratio > 0 ? samples_per_ch / ratio : 0, inputs = outputs * ratio;
-        const Shorts stream = loud(3 * channels * inputs);
-        resample_handle* handle = resample_init(channels, in_rate, out_rate, samples_per_ch);
-        float contexts[16][9] = {}, held[16][1010] = {};
-        const short* in = stream.data();
-        for (int block = 0; block < 3; ++block) {
-            Shorts out(static_cast<std::size_t>(channels * outputs) + 1, 77);
-            EXPECT_EQ(resample_process(handle, in, out.data(), channels * inputs), 0);
-            auto got = out.begin();
-            for (int c = 0; c < channels; ++c, in += inputs) {
-                const Floats input(in, in + inputs);
-                RSMPL_Down(contexts[c], input.data(), held[c], inputs, 2);
-                for (int j = 0; j < outputs; ++j) {
-                    const double whole = std::trunc(static_cast<double>(held[c][j]));
-                    const double cut = whole - 65536 * std::floor((whole + 32768) / 65536);
-                    ASSERT_EQ(*got++, cut) << in_rate << " to " << out_rate << ", channel " << c;
-                }
-            }
-            EXPECT_EQ(*got, 77) << "written beyond the end";
-        }
-        resample_exit(handle);
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-}
-
-[[gnu::noinline]] void expect_refused_rate(int in_rate, int out_rate)
-{
-    EXPECT_EQ(printed([=] { EXPECT_EQ(resample_init(1, in_rate, out_rate, 960), nullptr); }),
-              "ILLEAGLE FREQUENCY\n")
-        << in_rate;
-}
-
-TEST(PublicCalls, RefuseRatesThatAreNoMultipleAndOtherArgumentsInSilence)
-{
-    for (const auto& [in_rate, out_rate] :
-         {std::pair(44100, 16000), {8000, 16000}, {48000, 0}, {INT_MIN, -1}})
-        expect_refused_rate(in_rate, out_rate);
-    EXPECT_EQ(printed([] {
-                  EXPECT_EQ(resample_init(-1, 48000, 16000, 960), nullptr);
-                  EXPECT_EQ(resample_init(17, 44100, 16000, 960), nullptr);
-                  EXPECT_EQ(resample_init(1, 48000, 16000, -1), nullptr);
-                  resample_exit(nullptr);
-              }),
-              "");
-}
-
-TEST(PublicCalls, RefuseBlocksThatDoNotFitAndTouchNothing)
-{
-    const Shorts in = loud(1920);
-    resample_handle* handle = resample_init(2, 48000, 16000, 960);
-    resample_handle* clean = resample_init(2, 48000, 16000, 960);
-    Shorts out(640, 77), expected(640), shared = in;
-    const auto refused = [&](resample_handle* which, const short* from, short* to, int len) {
-        return printed([&] { EXPECT_EQ(resample_process(which, from, to, len), -1); });
-    };
-    EXPECT_EQ(refused(nullptr, nullptr, nullptr, 7), "resample not init!\n");
-    for (const int len : {960, 1919, 0, -1920, INT_MAX})
-        EXPECT_EQ(refused(handle, nullptr, out.data(), len),
-                  "input data length = ch_num * samples_per_ch\n");
-    EXPECT_EQ(refused(handle, nullptr, out.data(), 1920), "");
-    EXPECT_EQ(refused(handle, in.data(), nullptr, 1920), "");
-    EXPECT_EQ(out, Shorts(640, 77));
-    // The filters have not moved; and the output may overlap the second channel's input.
-    resample_process(clean, in.data(), expected.data(), 1920);
-    EXPECT_EQ(resample_process(handle, shared.data(), shared.data() + 700, 1920), 0);
-    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), shared.begin() + 700));
-    resample_exit(handle);
-    resample_exit(clean);
 }
 
 TEST(PublicCalls, HandleHoldsItsFieldsInOrderAndAGeneralResampler)
