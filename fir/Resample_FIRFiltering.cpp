@@ -79,6 +79,7 @@ class Window
 public:
     // For `outputs` outputs and `taps` taps: the ticks from the oldest that the first output
     // needs to the newest that the last one does.
+    // cppcheck-suppress uninitMemberVar ; the rest is written before it is read
     Window(std::uint64_t outputs, std::uint64_t taps, std::uint64_t M)
         : ticks((outputs - 1) * M + taps), taps_(taps), M_(M),
           row_(round_up(outputs) + (taps - 1) / M)

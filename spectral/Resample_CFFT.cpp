@@ -57,10 +57,9 @@ void forward_of_real(CFFT& fft, const float* in)
 
 } // namespace
 
-// The length is left unset: no transform makes sense before FFTInitAlloc.
 CFFT::CFFT()
     : pStagePair{nullptr, nullptr}, pScratch(nullptr), pTwiddle(nullptr), pInBuf(nullptr),
-      pOutBuf(nullptr)
+      pOutBuf(nullptr), nFFTLen(0), nFFTOrder(0)
 {
 }
 

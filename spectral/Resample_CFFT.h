@@ -93,7 +93,7 @@ public:
     DCOMPLEX* pTwiddle;      /* N factors, [k] = e^(-2 pi i k / N) */
     DCOMPLEX* pInBuf;        /* N values: complex input of the real transforms */
     DCOMPLEX* pOutBuf;       /* N values: complex output of the real transforms */
-    unsigned nFFTLen;        /* N */
+    unsigned nFFTLen;        /* N; 0 before the first FFTInitAlloc, as m */
     unsigned nFFTOrder;      /* m */
 };
 
