@@ -57,24 +57,36 @@ TEST(Truncate, GoesTowardZeroAndSaturates)
         EXPECT_EQ(rsmpl::truncate_saturating(from[i]), to[i]) << from[i];
 }
 
-// Opening a handle rewrites the tables that others filter with; a thread sanitizer watches.
-TEST(PublicCalls, OpenAndCloseWhileAnotherThreadConverts)
+// A block through a handle, then down and up again by each code.
+Floats converted(unsigned seed)
 {
-    const Shorts in = loud(960);
+    const Floats in = noise(960, seed);
+    Shorts pcm(in.begin(), in.end());
     resample_handle* handle = resample_init(1, 48000, 16000, 960);
-    Shorts first(320), again(320);
-    for (int block = 0; block < 50; ++block) // until the square wave is all that is left
-        resample_process(handle, in.data(), first.data(), 960);
-    std::thread opener([] {
-        for (int i = 0; i < 200; ++i)
-            resample_exit(resample_init(2, 48000, 16000, 960));
-    });
-    for (int block = 0; block < 50; ++block) {
-        resample_process(handle, in.data(), again.data(), 960);
-        EXPECT_EQ(again, first);
-    }
-    opener.join();
+    resample_process(handle, pcm.data(), pcm.data(), 960);
     resample_exit(handle);
+    Floats block(pcm.begin(), pcm.end()), ctx(9);
+    for (unsigned code = 0; code < 5; ++code) {
+        RSMPL_InitContext(ctx.data());
+        RSMPL_Down(ctx.data(), block.data(), block.data(), 960, code);
+        RSMPL_Reset(ctx.data());
+        RSMPL_Up(ctx.data(), block.data(), block.data(), 160, code);
+    }
+    return block;
+}
+
+// Opening a handle or a context rewrites the tables that others filter with; a thread sanitizer
+// watches.
+TEST(PublicCalls, GiveTheSameInSeveralThreadsAtOnce)
+{
+    std::vector<std::thread> threads;
+    for (unsigned seed = 0; seed < 4; ++seed)
+        threads.emplace_back([seed, expected = converted(seed)] {
+            for (int i = 0; i < 200; ++i)
+                EXPECT_EQ(converted(seed), expected);
+        });
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 } // namespace
