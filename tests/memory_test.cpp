@@ -1,0 +1,284 @@
+// Replaces the heap of this program, to make allocations fail and to count what is left, and what
+// real-time calls ask of it; paints the stack, to measure what they take of that.
+#include "api/resample_api.h"
+#include "convert/Resample_DatTypeConvert.h"
+#include "design/Resample_FIRFilterDesign.h"
+#include "design/Resample_WinFunc.h"
+#include "fir/Resample_FIRFiltering.h"
+#include "fir/Resample_GeneralResampler.h"
+#include "fir/Resample_iMalloc.h"
+#include "iir/Resample_Rsmpl_IIR_api.h"
+#include "kernels/Resample_Kernels_internal.h"
+#include "spectral/Resample_CFFT.h"
+#include "tests/common.h"
+
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+static struct {
+    bool watched = false;
+    int until_failure = 0; // the allocation that fails, counted down; none when below 1
+    int calls = 0;         // of any function below
+    int live = 0;
+    std::size_t bytes = 0;
+} heap;
+
+static bool fails(std::size_t size)
+{
+    heap.calls += heap.watched;
+    if (!heap.watched || --heap.until_failure == 0)
+        return heap.watched;
+    ++heap.live;
+    heap.bytes += size;
+    return false;
+}
+
+extern "C" {
+
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* memory, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+void __libc_free(void* memory);
+
+void* malloc(std::size_t size)
+{
+    return fails(size) ? nullptr : __libc_malloc(size);
+}
+
+void* calloc(std::size_t count, std::size_t size)
+{
+    return fails(count * size) ? nullptr : __libc_calloc(count, size);
+}
+
+void* realloc(void* memory, std::size_t size)
+{
+    return fails(size) ? nullptr : __libc_realloc(memory, size);
+}
+
+void* aligned_alloc(std::size_t alignment, std::size_t size)
+{
+    return fails(size) ? nullptr : __libc_memalign(alignment, size);
+}
+
+int posix_memalign(void** memory, std::size_t alignment, std::size_t size)
+{
+    *memory = aligned_alloc(alignment, size);
+    return *memory == nullptr ? ENOMEM : 0;
+}
+
+void free(void* memory)
+{
+    heap.calls += heap.watched;
+    heap.live -= heap.watched && memory != nullptr;
+    __libc_free(memory);
+}
+
+int puts(const char* text)
+{
+    heap.calls += heap.watched;
+    return std::printf("%s\n", text); // not turned into a puts, since its result is used
+}
+}
+
+// Fails the first allocation of attempt(), then the second, and so on until it returns true.
+// Nothing is left behind, ever.  Returns how many allocations it makes.
+template <typename Attempt>
+static int allocations_of(Attempt attempt)
+{
+    for (int n = 1; n < 1000; ++n) {
+        heap = {true, n};
+        const bool done = attempt();
+        heap.watched = false;
+        EXPECT_EQ(heap.live, 0) << "allocation " << n;
+        if (done)
+            return n - 1;
+    }
+    return 0;
+}
+
+static bool open_and_close(int channels, int in_rate)
+{
+    short block[16 * 960] = {};
+    resample_handle* handle = resample_init(channels, in_rate, 16000, 960);
+    const bool opened = handle != nullptr;
+    EXPECT_TRUE(!opened || resample_process(handle, block, block, channels * 960) == 0);
+    resample_exit(handle);
+    return opened;
+}
+
+constexpr int (*kDesigns[])(float*) = {
+    [](float* out) { return GeneralFIRDesign(out, 65, WIN_HAMMING, 0.1F, 0.2F, 32.5F); },
+    [](float* out) { return GeneralFIRFractionalDelay(out, 65, WIN_BLACKMAN, 32.5F); },
+    [](float* out) { return GeneralFIRLowpass(out, 65, WIN_HANNING, 0.2F); },
+    [](float* out) { return GeneralFIRHighpass(out, 65, WIN_HAMMING, 0.2F); },
+    [](float* out) { return GeneralFIRBandpass(out, 65, WIN_HAMMING, 0.1F, 0.2F); },
+    [](float* out) { return CGeneralFIRDesigner(65, WIN_HAMMING).LowpassDesign(0.2F, out); }};
+
+// What each result tells is what there is, and can be released.
+static bool use_building_blocks()
+{
+    float taps[65] = {}, *p = taps, **pp = &p, ***ppp = &pp;
+    FIRState* one = nullptr;
+    FIRMRState* several = nullptr;
+    CFFT fft;
+    CGeneralFIRDesigner designer;
+    const int a = iCalloc(p, 3), b = iCalloc(pp, 2, 5), c = iCalloc(ppp, 3, 2, 5);
+    const int d = FIRInitAlloc(&one, taps, 3, taps), e = FIRMRInitAlloc(&several, taps, 3, 1, 3);
+    const int f = fft.FFTInitAlloc(3), g = designer.Init(65, WIN_HAMMING);
+    EXPECT_TRUE(a == (p != nullptr) && b == (pp != nullptr) && c == (ppp != nullptr));
+    EXPECT_EQ(d, one != nullptr && one->length == 3);
+    EXPECT_EQ(e, several != nullptr && several->length == 3);
+    EXPECT_EQ(f, fft.pOutBuf != nullptr);
+    EXPECT_EQ(g, designer.LowpassDesign(0.2F, taps));
+    int done = a + b + c + d + e + f + g;
+    for (const auto design : kDesigns) {
+        float out[65] = {};
+        const int designed = design(out);
+        EXPECT_EQ(designed, std::count(out, out + 65, 0.0F) < 65);
+        done += designed;
+    }
+    iFree(p);
+    iFree(pp, 2);
+    iFree(ppp, 3, 2);
+    FIRFree(one);
+    FIRMRFree(several);
+    fft.FFTFree();
+    fft.FFTFree();
+    return done == 7 + 6;
+}
+
+// The first 16-bit block allocates.  Without memory it is as if it had not come.
+static bool resample_two_blocks()
+{
+    int flags[] = {1, 0};
+    short in[2 * 3 * 4] = {0, 0, 0, 1}; // the response reaches into the next block
+    CGeneralResampler general;
+    general.Init(2, flags, 1, 3, 4, 16, 48000, 0, 20000);
+    general.ResampleOneBlock(in);
+    float** const out = general.GetFloatOutput();
+    const bool done = out != nullptr && out[0][3] != 0;
+    general.ResampleOneBlock(in);
+    EXPECT_TRUE(out == nullptr || (out[0][3] != 0 && (out[0][0] != 0) == done));
+    EXPECT_EQ(general.GetInt16Output() != nullptr, out != nullptr);
+    return general.UnInit() == 1 && done;
+}
+
+TEST(Allocation, FailureAnywhereIsToldAndReleasesEverything)
+{
+    // A transform and its record, spectrum, magnitude, phase, window; flags and states, outputs,
+    // taps, a designer; when 65 taps are not 128, one more.
+    const int designer = 4 + 5, general = 2 + 3 + 1 + designer;
+    EXPECT_EQ(allocations_of(use_building_blocks),
+              1 + 2 + (1 + 3 * 2) + 3 + 3 + 4 + 7 * (designer + 1));
+    EXPECT_EQ(allocations_of(resample_two_blocks), general + 3 + 1);
+    // A record, two tables and a general resampler; per channel three blocks and its filter.
+    for (const int channels : {0, 16, 1})
+        EXPECT_EQ(allocations_of([=] { return open_and_close(channels, 48000); }),
+                  3 + 1 + general + (3 + 3) * channels);
+    EXPECT_LE(heap.bytes, 16U << 10U) << "for a mono handle";
+    short** rows = nullptr; // the largest sizes that do not throw
+    FIRState* state = nullptr;
+    EXPECT_FALSE(iCalloc(rows, (1UL << 60U) - 1, 1));
+    EXPECT_EQ(FIRInitAlloc(&state, nullptr, (1UL << 61U) - 2, nullptr), 0);
+    FIRFree(state);
+    heap = {true};
+    EXPECT_FALSE(open_and_close(1, 44100));
+    EXPECT_EQ(CFFT().FFTInitAlloc(0), 1);
+    heap.watched = false;
+    EXPECT_EQ(heap.live, 1 + 4) << "a refused rate keeps its record, a transform's end its arrays";
+}
+
+using Call = std::pair<const char*, void (*)()>;
+#define CALL(...) Call(#__VA_ARGS__, [] { __VA_ARGS__; })
+
+// How much of its stack a thread uses that makes this call, the heap being watched.
+static long stack_of(void (*call)())
+{
+    static unsigned char stack[1U << 19U];
+    std::memset(stack, 0xA5, sizeof stack);
+    const auto body = [](void* argument) -> void* {
+        char margin[4096]; // more than the thread's own start and end need
+        asm volatile("" : : "r"(margin) : "memory");
+        heap = {true};
+        (*static_cast<void (**)()>(argument))();
+        heap.watched = false;
+        return nullptr;
+    };
+    pthread_t thread;
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstack(&attributes, stack, sizeof stack);
+    EXPECT_EQ(pthread_create(&thread, &attributes, body, &call), 0);
+    pthread_join(thread, nullptr);
+    const auto used = [](int byte) { return byte != 0xA5; };
+    return std::end(stack) - std::find_if(std::begin(stack), std::end(stack), used);
+}
+
+// All that are marked [rt], with what takes them deepest: several tiles.
+TEST(RealTime, CallsNeitherAllocateNorPrintAndNeedLittleStack)
+{
+    constexpr int len = 9600, taps = 300;
+    static float in[len], out[6 * len], ctx[9], line[2 * taps], *rows[] = {in};
+    static short pcm[16 * len];
+    static long wide[len];
+    static unsigned position, code;
+    const Floats samples = noise(len);
+    std::copy(samples.begin(), samples.end(), in);
+    int enabled = 1;
+    static DCOMPLEX z = {3, -4}, z1024[1024];
+    static CGeneralFIRDesigner d(taps, WIN_HAMMING);
+    static CGeneralResampler general;
+    static CFFT fft;
+    static FIRState* one;
+    static FIRMRState* several;
+    static resample_handle* handle = resample_init(16, 48000, 16000, len);
+    FIRInitAlloc(&one, in, taps, in);
+    FIRMRInitAlloc(&several, in, taps, 2, 3);
+    general.Init(1, &enabled, 2, 3, len / 3, taps, 48000, 100, 7000);
+    general.ResampleOneBlock(pcm); // the first allocates
+    fft.FFTInitAlloc(10);
+    const Call calls[] =
+    { CALL(resample_process(handle, pcm, pcm, 16 * len)),
+      CALL(RSMPL_GetContextSize(), RSMPL_InitContext(ctx), RSMPL_Reset(ctx)),
+      CALL(for (code = 0; code < 5; ++code) RSMPL_Down(ctx, in, out, len, code)),
+      CALL(for (code = 0; code < 5; ++code) RSMPL_Up(ctx, in, out, 160, code)),
+      CALL(for (const Stage& stage
+                : kStages) stage.init(ctx)),
+      CALL(for (code = 0; code < 5; ++code) kStages[code].run(in, out, ctx, len)),
+      CALL(for (code = 5; code < 10; ++code) kStages[code].run(in, out, ctx, len)),
+      CALL(FIRFiltering(one, in, out, len)),
+      CALL(FIRGetDlyLine(one, out)),
+      CALL(FIRMRFiltering(several, in, out, len / 3)),
+      CALL(FIRFiltering_Direct(in, out, len, in, taps, line, &position)),
+      CALL(general.ResampleOneBlock(rows)),
+      CALL(general.ResampleOneBlock(pcm)),
+      CALL(general.GetFloatOutput(), general.GetInt16Output()),
+      CALL(d.GenericDesign(0.1F, 0.2F, 149.5F, out), d.FractionalDelay(149.5F, out)),
+      CALL(d.LowpassDesign(0.2F, out), d.HighpassDesign(1, out), d.BandpassDesign(0, 1, out)),
+      CALL(WinBlackman(out, len), WinHamming(out, len), WinHanning(out, len)),
+      CALL(Complex(3, 4), Cadd(z, z), Csub(z, z), Cmul(z, z), RCmul(3, z), Cdiv(z, z), Cdiv2(z, z)),
+      CALL(Cdivr(z, 3), Conjg(z), Cabs(z), Cabs2(z), Csqrt(z), Cavg_vec(z1024, 1024)),
+      CALL(fft.FFTFwd_CToC(z1024, z1024), fft.FFTFwd_RToC(in, z1024), fft.FFTInv_CToR(z1024, out)),
+      CALL(fft.FFTFwd_RToPolarC(in, line, out), fft.FFTInv_PolarCToR(in, in, out)),
+      CALL(fft.CartToPolar(z1024, line, out), fft.PolarToCart(in, in, z1024)),
+      CALL(fft.PolarToCartEL(in, in, z1024), fft.CartCToConj(z1024, z1024)),
+      CALL(fft.c_abs(z), fft.c_angle(z), fft.c_conj(z)),
+      CALL(Convert_ShortToFloat(out, pcm, len), Convert_ShortToFloat_Sf(out, pcm, len, 15)),
+      CALL(Convert_FloatToShort(pcm, in, len, 1), Convert_FloatToShort_Sf(pcm, in, len, 0, 1)),
+      CALL(Convert_Int32ToInt16(pcm, wide, len, 1), Convert_Int16ToInt32(wide, pcm, len)),
+      CALL(Convert_Int16ToInt32_Step(wide, pcm, len, 16)) };
+    const long nothing = stack_of([] {});
+    for (const auto& [text, call] : calls) {
+        for (int level = 0; level < 2 * rsmpl::available_levels(); ++level) {
+            rsmpl::force_level(level / 2, level % 2 == 1);
+            const long bytes = stack_of(call) - nothing;
+            std::printf("%6ld ", bytes);
+            EXPECT_TRUE(heap.calls == 0 && bytes < 65536) << text;
+        }
+        std::printf(" %s\n", text);
+    }
+    stack_of([] { resample_process(nullptr, pcm, pcm, ::operator new(1) == nullptr); });
+    EXPECT_EQ(heap.calls, 2) << "a puts and a malloc";
+}
