@@ -60,7 +60,7 @@ TEST(Load, HoursOfBlocksAreOneStreamInConstantMemory)
             Model& model = models[static_cast<std::size_t>(c)];
             for (int i = 0; i < kPiece; ++i) {
                 const double expected = model.table[0] * model.step(in[i]);
-                if (i % 3 != 0)
+                if (i % 3 != 0) // not kept
                     continue;
                 largest = std::max(largest, std::abs(out[i / 3] - expected));
                 whole[i / kBlock][(c * kBlock + i % kBlock) / 3] = static_cast<int>(expected);
