@@ -35,8 +35,8 @@ typedef struct FIRState {
 
 /* Creates a filter with a copy of taps[0 .. length).  delay[0 .. length) is the past, oldest
  * first; null stands for silence.
- * Returns 1; or 0 when memory is short, with *state null or without taps.  A length above
- * 2^61 - 2 throws std::bad_array_new_length, with a *state without taps; a program in C ends
+ * Returns 1; or 0 when memory is short, with *state null or of length 0.  A length above
+ * 2^61 - 2 throws std::bad_array_new_length, with a *state of length 0; a program in C ends
  * there.  Either way FIRFree(*state) is due, and safe. */
 int FIRInitAlloc(FIRState** state, const float* taps, uint64_t length, const float* delay);
 

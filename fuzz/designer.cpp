@@ -36,16 +36,17 @@ std::vector<double> closed_form(int L, int M, int type, double low, double high,
     return taps;
 }
 
-// Edges that are absent, within a bin, on its centre, or between two; centres on samples and
-// between, also beyond the taps.
+// Edges that are absent, within a bin, on its centre, between two, or outside the spectrum; centres
+// on samples and between, also beyond the taps.
 void check_band(Input& input, CGeneralFIRDesigner& designer, int type)
 {
     const int L = designer.m_filterLen, M = designer.m_fftSize;
     const int steps = input.once_in(2) ? 1000 : 2 * M;
     const auto edge = [&] {
-        return static_cast<float>(input.between(1, steps)) / (2.0F * static_cast<float>(steps));
+        return static_cast<float>(input.between(1, 4 * steps)) / (4 * static_cast<float>(steps));
     };
-    const float low = input.once_in(3) ? -1 : edge(), high = input.once_in(3) ? 1 : edge();
+    const float low = input.once_in(3) ? -1 : edge();
+    const float high = input.once_in(9) ? -1 : edge();
     const float centre =
         static_cast<float>(input.between(-64, 16 * L + 64)) / (input.once_in(3) ? 1 : 16);
     Guarded taps(L);
@@ -53,6 +54,7 @@ void check_band(Input& input, CGeneralFIRDesigner& designer, int type)
     const auto expected = closed_form(L, M, type, low, high, centre);
     for (std::size_t n = 0; n < expected.size(); ++n)
         check(std::fabs(static_cast<double>(taps.block()[n]) - expected[n]) < 2e-6);
+    check(centre <= std::trunc(centre) || M == 1 || designer.m_spectrum[M / 2].im == 0);
 }
 
 // Nothing but the taps is written, and the same as by a designer of its own.
@@ -73,14 +75,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     Input input(data, size);
     CGeneralFIRDesigner designer;
+    check(designer.GenericDesign(0, 1, 0, nullptr) == 0);
     for (int uses = input.between(1, 3); uses > 0; --uses) { // the last Init counts
         const int kind = input.once_in(8) ? input.any<int>() : input.between(0, 3);
         const auto type = static_cast<General_WindowType>(kind);
         const int any = input.any<int>(), likely = input.between(1, input.once_in(8) ? 5000 : 140);
         const int len = any % 20 == 0 && any < 5000 ? any : likely;
         check(designer.Init(len, type) == 1);
-        if (len > 0 && len <= 140 && kind >= 0 && kind <= 3)
-            check_band(input, designer, kind);
+        if (len > 0 && len <= 140)
+            check_band(input, designer, kind >= 0 && kind <= 3 ? kind : 0);
         check_any(input, designer, len, type);
         if (any > 1 << 30) {
             float untouched = 77;

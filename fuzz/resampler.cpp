@@ -38,7 +38,7 @@ Setup setup(Input& input)
         s.rate = input.any<ulong>();
     ulong* const numbers[] = {&s.channels, &s.up, &s.down, &s.frames, &s.taps};
     if (input.once_in(8))
-        *numbers[input.size(4)] = input.any<ulong>() | 1UL << 32U;
+        *numbers[input.size(4)] = input.any<ulong>() >> input.size(32) | 1UL << 31U;
     return s;
 }
 

@@ -3,8 +3,6 @@
 #include "fuzz/input.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
 
-#include <utility>
-
 namespace
 {
 
@@ -16,28 +14,21 @@ float loudest(const Floats& values)
     return peak;
 }
 
-// Zeros inserted, filtered as the sections are defined, the first of M steps kept.
+// The definition: zeros inserted, the first of M steps kept.
 Floats plain(const Stage& stage, const float* in, int len, Floats& ctx)
 {
-    std::vector<double> memory(ctx.begin() + 1, ctx.end());
-    const double gain = stage.table[0] * static_cast<float>(stage.insertion);
+    Model model = {stage.table};
+    const int L = stage.insertion;
+    const double gain = stage.table[0] * static_cast<float>(L);
     Floats out;
-    for (int t = 0; t < len * stage.insertion; ++t) {
-        if (stage.longest < INT_MAX && t % (960 * stage.insertion) == 0) // a new piece
-            std::transform(memory.begin(), memory.end(), memory.begin(),
-                           [](double word) { return static_cast<float>(word); });
-        double w = t % stage.insertion == 0 ? in[t / stage.insertion] : 0;
-        for (std::size_t k = 0; k < 4; ++k) {
-            const double A = stage.table[1 + 3 * k], B = stage.table[2 + 3 * k],
-                         C = stage.table[3 + 3 * k];
-            double &p = memory[2 * k], &q = memory[2 * k + 1];
-            w += A * p + B * q;
-            q = std::exchange(p, w - (C * p + q));
-        }
+    for (int t = 0; t < len * L; ++t) {
+        if (t == 0 || (stage.longest < INT_MAX && t % (960 * L) == 0)) // a new piece
+            std::copy(ctx.begin() + 1, ctx.end(), model.memory);
+        const double w = model.step(t % L == 0 ? in[t / L] : 0);
+        std::copy_n(model.memory, 8, ctx.begin() + 1);
         if (t % stage.kept == 0)
             out.push_back(static_cast<float>(gain * w));
     }
-    std::copy(memory.begin(), memory.end(), ctx.begin() + 1);
     out.resize(static_cast<std::size_t>(stage.outputs(len))); // an odd length of 3:2 drops a half
     return out;
 }
@@ -115,11 +106,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (input.once_in(10))
             check(RSMPL_Reset(ctx.data()) == 0 && ctx == Floats(9));
         if (input.once_in(10))
-            ctx[static_cast<std::size_t>(input.between(0, 8))] = input.any<float>();
+            ctx[input.size(8)] = input.any<float>();
+        float& coefficient = const_cast<float&>(kStages[row].table[input.once_in(2) ? 0 : 12]);
+        if (input.once_in(10)) // stages take what the table holds
+            coefficient += 0.125F;
         if (input.once_in(10))
             convert(input, ctx, input.once_in(2), input.any<unsigned>());
         else
             convert(input, ctx, row > 4, static_cast<unsigned>(row % 5));
+        kStages[row].init(Floats(9).data()); // restores it
     }
     return 0;
 }

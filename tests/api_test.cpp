@@ -3,26 +3,14 @@
 #include "fir/Resample_FIRFiltering.h"
 #include "fir/Resample_GeneralResampler.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
-#include "kernels/Resample_Truncate_internal.h"
 #include "tests/common.h"
 
-#include <cmath>
 #include <cstdint>
-#include <functional>
 #include <gtest/gtest.h>
 #include <thread>
 
 namespace
 {
-
-// A square wave at full scale: overshoots and wraps.
-Shorts loud(int len)
-{
-    Shorts samples;
-    for (int i = 0; i < len; ++i)
-        samples.push_back(i / 37 % 2 == 0 ? 32767 : -32767);
-    return samples;
-}
 
 TEST(PublicCalls, HandleHoldsItsFieldsInOrderAndAGeneralResampler)
 {
@@ -45,16 +33,6 @@ TEST(PublicCalls, HandleHoldsItsFieldsInOrderAndAGeneralResampler)
         }
         resample_exit(handle);
     }
-}
-
-TEST(Truncate, GoesTowardZeroAndSaturates)
-{
-    // 2147483520 is the last float in range, -2147483904 the first out of it.
-    const float from[] = {-0.999F,       -1.5F, 40000.7F,       2147483520.0F,
-                          2147483648.0F, NAN,   -2147483904.0F, -INFINITY};
-    const int to[] = {0, -1, 40000, 2147483520, INT_MAX, 0, INT_MIN, INT_MIN};
-    for (int i = 0; i < 8; ++i)
-        EXPECT_EQ(rsmpl::truncate_saturating(from[i]), to[i]) << from[i];
 }
 
 // A block through a handle, then down and up again by each code.

@@ -1,3 +1,4 @@
+#include "fir/Resample_FIRFiltering.h"
 #include "fir/Resample_iMalloc.h"
 #include "spectral/Resample_Complex.h"
 
@@ -61,6 +62,17 @@ TYPED_TEST(Arrays, SizesBeyondMemoryAreRefused)
     EXPECT_THROW(iCalloc(pp, kTooMany, 1), std::bad_array_new_length);
     EXPECT_THROW(iCalloc(ppp, kTooMany, 1, 1), std::bad_array_new_length);
     EXPECT_THROW(iCalloc(ppp, 1, kTooMany, 1), std::bad_array_new_length);
+}
+
+TEST(Filters, OfImpossibleLengthCanBeReleased)
+{
+    FIRState* state = nullptr;
+    EXPECT_THROW(FIRInitAlloc(&state, nullptr, (1UL << 61U) - 1, nullptr),
+                 std::bad_array_new_length);
+    EXPECT_NE(state, nullptr);
+    FIRFree(state);
+    FIRFree(nullptr);
+    FIRMRFree(nullptr);
 }
 
 } // namespace

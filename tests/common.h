@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstring>
 #include <random>
+#include <utility>
 #include <vector>
 
 using Floats = std::vector<float>;
@@ -44,41 +45,22 @@ constexpr Stage kStages[] = {
     {InitUpsample6_1, Upsample6_1, 6, 1, s_FiltCoeffs_6_1, k6, 6, 1, 160},
 };
 
-// A stage's filter, its gain left out, in double precision throughout, step by step.  The sections
-// are in transposed direct form II, with other states than the library's.
+// A stage's filter as its sections are defined, in double precision throughout, its gain left out.
 struct Model {
-    explicit Model(const Stage& stage) { std::copy_n(stage.table, 13, table); }
-
-    double step(double x)
+    double step(double w)
     {
         for (int k = 0; k < 4; ++k) {
-            const double a = table[1 + 3 * k], b = table[2 + 3 * k], c = table[3 + 3 * k];
-            const double y = x + state[k][0];
-            state[k][0] = c * x + (a - c) * y + state[k][1];
-            state[k][1] = x + (b - 1) * y;
-            x = y;
+            const double A = table[1 + 3 * k], B = table[2 + 3 * k], C = table[3 + 3 * k];
+            double &p = memory[2 * k], &q = memory[2 * k + 1];
+            w += A * p + B * q;
+            q = std::exchange(p, w - (C * p + q));
         }
-        return x;
+        return w;
     }
 
-    double table[13], state[4][2] = {};
+    const float* table;
+    double memory[8] = {};
 };
-
-// What a stage makes of a whole stream.
-inline std::vector<double> model_of(const Stage& stage, const Floats& in)
-{
-    Model model(stage);
-    std::vector<double> out;
-    for (int t = 0; t < static_cast<int>(in.size()) * stage.insertion; ++t) {
-        const bool inserted = t % stage.insertion != 0;
-        const double y =
-            model.step(inserted ? 0 : in[static_cast<std::size_t>(t / stage.insertion)]);
-        if (t % stage.kept == 0)
-            out.push_back(static_cast<float>(stage.insertion) * stage.table[0] * y);
-    }
-    out.resize(static_cast<std::size_t>(stage.outputs(static_cast<int>(in.size()))));
-    return out;
-}
 
 inline Floats noise(int len, unsigned seed = 1)
 {

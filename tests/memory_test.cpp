@@ -45,14 +45,6 @@ extern "C" {
 REPLACE(malloc, (std::size_t size), size, __libc_malloc, (size))
 REPLACE(calloc, (std::size_t n, std::size_t size), (n * size), __libc_calloc, (n, size))
 REPLACE(realloc, (void* memory, std::size_t size), size, __libc_realloc, (memory, size))
-REPLACE(aligned_alloc, (std::size_t to, std::size_t size), size, __libc_memalign, (to, size))
-
-int posix_memalign(void** memory, std::size_t alignment, std::size_t size)
-{
-    *memory = aligned_alloc(alignment, size);
-    return *memory == nullptr ? ENOMEM : 0;
-}
-
 void __libc_free(void* memory);
 void free(void* memory)
 {

@@ -19,38 +19,16 @@ double checksum(const float* table)
 
 const double before_any_call = checksum(s_FiltCoeffs_3_1) + checksum(s_FiltCoeffs_6_1);
 
-class StageTest : public testing::TestWithParam<std::tuple<int, bool, int>>
-{
-protected:
-    StageTest() { rsmpl::force_level(level_, std::get<1>(GetParam())); }
-
-    const int level_ = std::get<0>(GetParam());
-    const Stage& stage_ = kStages[std::get<2>(GetParam())];
-    float ctx_[9];
-};
-
-TEST_P(StageTest, InitialiserClearsTheContextAndFillsTheTable)
+TEST(Stages, InitialisersClearTheContextAndFillTheTable)
 {
     EXPECT_EQ(before_any_call, 0);
-    Guarded ctx(9);
-    EXPECT_EQ(stage_.init(ctx.data()), ctx.data());
-    EXPECT_EQ(ctx.block(), Floats(9, 0.0F));
-    EXPECT_EQ(ctx.untouched(), 0);
-    EXPECT_NEAR(checksum(stage_.table), stage_.checksum, 1e-11); // a changed last bit is 1e-10
-    stage_.run(nullptr, nullptr, ctx.data(), -6);
-    EXPECT_EQ(ctx.block(), Floats(9, 0.0F));
-}
-
-TEST_P(StageTest, TakesWhatTheTableHolds)
-{
-    stage_.init(ctx_);
-    float& last = const_cast<float&>(stage_.table[12]);
-    last += 0.125F;
-    const Floats in = noise(960);
-    Floats out(static_cast<std::size_t>(stage_.outputs(960)));
-    stage_.run(in.data(), out.data(), ctx_, 960);
-    EXPECT_FLOAT_EQ(out.back(), static_cast<float>(model_of(stage_, in).back()));
-    stage_.init(ctx_); // restores it
+    for (const Stage& stage : kStages) {
+        Guarded ctx(9);
+        EXPECT_EQ(stage.init(ctx.data()), ctx.data());
+        EXPECT_EQ(ctx.block(), Floats(9, 0.0F));
+        EXPECT_EQ(ctx.untouched(), 0);
+        EXPECT_NEAR(checksum(stage.table), stage.checksum, 1e-11); // a changed last bit is 1e-10
+    }
 }
 
 TEST(Context, IsZeroedByInitAndReset)
@@ -82,9 +60,5 @@ TEST(Levels, AreAllThereAndTheBestIsInUse)
     rsmpl::force_level(0);
     EXPECT_STREQ(rsmpl::active_kernels().level, "baseline");
 }
-
-INSTANTIATE_TEST_SUITE_P(LevelsAndStages, StageTest,
-                         testing::Combine(testing::Range(0, rsmpl::available_levels()),
-                                          testing::Bool(), testing::Range(0, 10)));
 
 } // namespace
