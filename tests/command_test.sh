@@ -51,9 +51,10 @@ done
 grep -q 'down, 28.2 dB is safe' line || fail "$(cat line)"
 
 # A link is written through, an older file's mode kept, a new one's is the user's.
-(umask 027; "$rsmpl" 1.wav new.wav; ln -s new.wav written.wav; "$rsmpl" 2.wav written.wav; "$rsmpl" 2.wav out.wav) >line
+(umask 027; "$rsmpl" 1.wav new.wav; umask 077; ln -s new.wav written.wav; "$rsmpl" 2.wav written.wav; "$rsmpl" 2.wav out.wav) >line
 cmp new.wav out.wav
 [ -L written.wav ] && [ "$(stat -c %a new.wav)" = 640 ] || fail "link or mode"
+cp 1.wav ./-; "$rsmpl" - out.wav >line </dev/null # a file like others
 
 # What goes wrong is said in one line and leaves everything as it was.
 rate=96000 make 96.wav 0.1 sine 100
@@ -91,3 +92,4 @@ refused 1 "full: " 1.wav full
 refused 2 "IN is required"
 refused 2 "OUT is required" 1.wav
 refused 2 "" 1.wav o.wav third; refused 2 "" --loud 1.wav o.wav
+! "$rsmpl" 1.wav out.wav >full 2>errors && grep -q "^rsmpl: standard output: " errors || fail "no room"

@@ -17,7 +17,8 @@ double checksum(const float* table)
     return sum;
 }
 
-const double before_any_call = checksum(s_FiltCoeffs_3_1) + checksum(s_FiltCoeffs_6_1);
+const double before_any_call = checksum(s_FiltCoeffs_3_1) + checksum(s_FiltCoeffs_6_1) +
+                               (rsmpl::active_kernels().level[0] == 0); // there is one already
 
 TEST(Stages, InitialisersClearTheContextAndFillTheTable)
 {
