@@ -46,7 +46,7 @@ void check_band(Input& input, CGeneralFIRDesigner& designer, int type)
         return static_cast<float>(input.between(1, 4 * steps)) / (4 * static_cast<float>(steps));
     };
     const float low = input.once_in(3) ? -1 : edge();
-    const float high = input.once_in(9) ? -1 : edge();
+    const float high = input.once_in(9) ? -2 : edge();
     const float centre =
         static_cast<float>(input.between(-64, 16 * L + 64)) / (input.once_in(3) ? 1 : 16);
     Guarded taps(L);
