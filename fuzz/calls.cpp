@@ -34,13 +34,17 @@ struct Shape {
 // Likely ones, and any that do not take much memory.
 Shape shape(Input& input)
 {
-    if (input.once_in(8))
-        return {input.any<int>(), input.once_in(4) ? INT_MIN : input.any<int>(),
-                input.once_in(4) ? -1 : input.any<int>(), input.between(-9, 9)};
     const int rates[] = {0, 1, -1, 100, 300, 8000, 16000, -16000, 1 << 30, input.any<int>()};
     const int out_rate = rates[input.between(0, 9)];
     const auto in_rate = static_cast<int>(std::int64_t{out_rate} * input.between(-2, 7));
-    return {input.between(0, 16), in_rate, out_rate, input.between(0, 1010)};
+    Shape s = {input.between(0, 16), in_rate, out_rate, input.between(0, 1010)};
+    if (input.once_in(10))
+        s.channels = input.once_in(2) ? input.between(-1, 17) : input.any<int>();
+    if (input.once_in(10))
+        s.in_rate = input.once_in(2) ? INT_MIN : input.any<int>();
+    if (input.once_in(10))
+        s.samples_per_ch = -input.between(1, 3);
+    return s;
 }
 
 // The record of a refused rate stays for good, so there is an end to them.

@@ -101,7 +101,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     rsmpl::force_level(input.level, input.once_in(2));
     const int row = input.between(0, 9);
     Floats ctx(9, 7);
+    check(RSMPL_GetContextSize() == 36 && RSMPL_InitContext(nullptr) + RSMPL_Reset(nullptr) == 2);
     check(RSMPL_InitContext(ctx.data()) == 0 && ctx == Floats(9));
+    check(std::all_of(kStages, kStages + 10, [](const Stage& s) { return s.table[12] != 0; }));
     for (int calls = input.between(1, 8); calls > 0; --calls) {
         if (input.once_in(10))
             check(RSMPL_Reset(ctx.data()) == 0 && ctx == Floats(9));

@@ -1,4 +1,5 @@
 #include "design/Resample_FIRFilterDesign.h"
+#include "design/Resample_WinFunc.h"
 #include "tests/common.h"
 
 #include <cstddef>
@@ -44,6 +45,22 @@ TEST(Design, ThresholdsAndRoundings)
     float taps[11];
     GeneralFIRDesign(taps, 11, WIN_HAMMING, 0.163F, 0.186F, 5.8F);
     EXPECT_EQ(taps[2], -0x1.430c7ap-8F);
+}
+
+TEST(Windows, RoundAsTheyShould)
+{
+    const auto window = [](int length, General_WindowType type, int n) {
+        return CGeneralFIRDesigner(length, type).m_window[n];
+    };
+    EXPECT_EQ(window(1, WIN_HAMMING, 0), 0.08F);
+    WinHanning(nullptr, INT_MIN);
+    // Figures from a model in exact fractions over libm's cosf.  A step from 2 pi / (N - 1) for
+    // Blackman, from a reciprocal for the others, weights in single precision, a product that is
+    // rounded on its own, or the mirrored value give other bits.
+    EXPECT_EQ(window(15, WIN_BLACKMAN, 13), 0x1.3dc342p-6F);
+    EXPECT_EQ(window(32, WIN_HAMMING, 26), 0x1.2fcbfp-2F);
+    EXPECT_EQ(window(47, WIN_HAMMING, 37), 0x1.8b37e6p-2F);
+    EXPECT_EQ(window(42, WIN_HANNING, 30), 0x1.1d5bdcp-1F);
 }
 
 static_assert(offsetof(CGeneralFIRDesigner, m_numBins) == 12 &&

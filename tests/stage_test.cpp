@@ -1,4 +1,3 @@
-#include "iir/Resample_Rsmpl_IIR_api.h"
 #include "kernels/Resample_Kernels_internal.h"
 #include "tests/common.h"
 
@@ -29,18 +28,6 @@ TEST(Stages, InitialisersClearTheContextAndFillTheTable)
         EXPECT_EQ(ctx.block(), Floats(9, 0.0F));
         EXPECT_EQ(ctx.untouched(), 0);
         EXPECT_NEAR(checksum(stage.table), stage.checksum, 1e-11); // a changed last bit is 1e-10
-    }
-}
-
-TEST(Context, IsZeroedByInitAndReset)
-{
-    EXPECT_EQ(RSMPL_GetContextSize(), 36U);
-    for (unsigned (*clear)(void*) : {RSMPL_InitContext, RSMPL_Reset}) {
-        Guarded ctx(9);
-        EXPECT_TRUE(clear(nullptr) == 1 && clear(ctx.data()) == 0);
-        EXPECT_EQ(ctx.block(), Floats(9, 0.0F));
-        for (const Stage& stage : kStages)
-            EXPECT_NE(stage.table[12], 0);
     }
 }
 
