@@ -51,7 +51,7 @@ Shape shape(Input& input)
 // to them.
 [[gnu::noinline]] int check_refused_rate(const Shape& s)
 {
-    static int left = 1000;
+    static int left = 50;
     if (left-- > 0) {
         check(resample_init(s.channels, s.in_rate, s.out_rate, s.samples_per_ch) == nullptr);
         check(printed == "ILLEAGLE FREQUENCY");
