@@ -47,11 +47,10 @@ Shape shape(Input& input)
     return s;
 }
 
-// The record of a refused rate stays for good, and has the fuzzer look for leaks, so there is an end
-// to them.
+// The record of a refused rate stays for good, so there is an end to them.
 [[gnu::noinline]] int check_refused_rate(const Shape& s)
 {
-    static int left = 50;
+    static int left = 100000;
     if (left-- > 0) {
         check(resample_init(s.channels, s.in_rate, s.out_rate, s.samples_per_ch) == nullptr);
         check(printed == "ILLEAGLE FREQUENCY");
@@ -62,7 +61,8 @@ Shape shape(Input& input)
 // A block that does not fit leaves everything as it was.
 void check_refusal(Input& input, resample_handle* handle, int fitting)
 {
-    const int len = input.once_in(2) ? fitting : input.any<int>();
+    const int lens[] = {fitting, fitting, 0, -fitting, fitting + 1, input.any<int>()};
+    const int len = lens[input.between(0, 5)];
     const bool no_handle = input.once_in(4), no_in = input.once_in(2);
     short block[] = {77};
     const int result = resample_process(no_handle ? nullptr : handle, no_in ? nullptr : block,

@@ -15,7 +15,11 @@ namespace
 
 // In memory, where there is such a folder; removed at the end.
 struct Scratch {
-    Scratch() { fs::create_directory(folder); }
+    Scratch()
+    {
+        fs::remove_all(folder); // of a process that crashed
+        fs::create_directory(folder);
+    }
     ~Scratch() { fs::remove_all(folder); }
 
     const fs::path folder =
@@ -42,7 +46,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } catch (const FileError& refused) {
         check(std::string(refused.what()).rfind(scratch.in.string() + ": ", 0) == 0);
     }
-    check(fs::exists(scratch.out) == (expected_size > 0));
     check(expected_size == 0 || fs::file_size(scratch.out) == expected_size);
     const auto files = std::distance(fs::directory_iterator(scratch.folder), {});
     check(files == (expected_size > 0 ? 2 : 1));

@@ -63,8 +63,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto shorts = input.several<short>(count);
     Floats floats = input.samples(count);
     std::vector<long> wides = input.several<long>(count);
-    for (long& wide : wides)
-        wide >>= input.between(0, 63);
+    for (long& wide : wides) // up to the ends of the 64 bits
+        wide = (wide >> input.between(0, 63)) ^ (input.once_in(9) ? LONG_MIN : 0);
     check_each<float>(input, shorts, Convert_ShortToFloat, [](short x) { return x; });
     check_each<float>(
         input, shorts, [=](auto... a) { Convert_ShortToFloat_Sf(a..., sf); },

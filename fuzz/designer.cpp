@@ -41,6 +41,7 @@ std::vector<double> closed_form(int L, int M, int type, double low, double high,
 void check_band(Input& input, CGeneralFIRDesigner& designer, int type)
 {
     const int L = designer.m_filterLen, M = designer.m_fftSize;
+    check(L <= M && M < 2 * L && M == 1 << designer.m_fftOrder);
     const int steps = input.once_in(2) ? 1000 : 2 * M;
     const auto edge = [&] {
         return static_cast<float>(input.between(1, 4 * steps)) / (4 * static_cast<float>(steps));
@@ -65,6 +66,8 @@ void check_any(Input& input, CGeneralFIRDesigner& designer, int len, General_Win
     check(designer.GenericDesign(low, high, centre, taps.data()) == 1);
     check(GeneralFIRDesign(again.data(), len, type, low, high, centre) == 1);
     check(taps.all == again.all);
+    check(designer.GenericDesign(low, high, NAN, taps.data()) == 1);
+    check(designer.GenericDesign(low, high, 0, again.data()) == 1 && taps.all == again.all);
     check(std::all_of(taps.all.begin(), taps.all.end(),
                       [](float tap) { return std::isfinite(tap); }));
 }

@@ -69,8 +69,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size)
         c.L = input.size(8), c.M = input.size(input.once_in(8) ? 2500 : 8);
     const bool runs = c.L * c.M > 0, silent = engine == 1 || input.once_in(3);
     const size_t cost = (length + 20) * (c.L + 1) / (c.M + 1) + 1;
+    const auto longest = static_cast<int>(std::min<size_t>(60000 / cost, 4000));
     if (runs)
-        c.in = input.samples(input.size(static_cast<int>(60000 / cost) % 4000) / c.M * c.M);
+        c.in = input.samples(input.size(longest) / c.M * c.M);
 
     // The past, oldest first; for the last engine in its store, which wraps around at `position`.
     Floats past = input.samples(engine == 2 ? 2 * length : length);
@@ -94,7 +95,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size)
             FIRMRFiltering(several, in, to, n);
         else
             FIRFiltering_Direct(in, to, static_cast<int>(n), c.taps.data(),
-                                static_cast<int>(length), history.data(), &position);
+                                length > 0 ? static_cast<int>(length) : -input.between(0, 9),
+                                history.data(), &position);
     });
     check(std::equal(out.begin(), out.end(), sums_of(c, stream).begin(), same));
 

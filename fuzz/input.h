@@ -66,11 +66,11 @@ public:
         return values;
     }
 
-    // Noise, mixed with special values, or with those that are not finite too; any bits; silence
-    // with impulses, in which filters fade to denormals; or quarters of integers.
+    // Noise; mixed with special values, or with those that are not finite too; any bits; silence
+    // with impulses; quarters of integers; or noise with a single value that is not finite.
     Floats samples(std::size_t count)
     {
-        const int kind = between(0, 5);
+        const int kind = between(0, 6);
         if (kind == 3)
             return several<float>(count);
         Floats values(count);
@@ -84,6 +84,8 @@ public:
             else if (kind == 5)
                 value = std::trunc(value * 32) / 4;
         }
+        if (kind == 6 && count > 0)
+            values[size(static_cast<int>(count) - 1)] = once_in(2) ? NAN : INFINITY;
         return values;
     }
 

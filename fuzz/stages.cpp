@@ -113,7 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (input.once_in(10)) // stages take what the table holds
             coefficient += 0.125F;
         if (input.once_in(10))
-            convert(input, ctx, input.once_in(2), input.any<unsigned>() >> input.size(31));
+            convert(input, ctx, input.once_in(2), input.once_in(2) ? input.any<unsigned>() : 5);
         else
             convert(input, ctx, row > 4, static_cast<unsigned>(row % 5));
         kStages[row].init(Floats(9).data()); // restores it

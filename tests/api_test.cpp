@@ -1,5 +1,4 @@
 #include "api/resample_api.h"
-#include "design/Resample_FIRFilterDesign.h"
 #include "fir/Resample_FIRFiltering.h"
 #include "fir/Resample_GeneralResampler.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
@@ -22,20 +21,18 @@ TEST(PublicCalls, HandleHoldsItsFieldsInOrderAndAGeneralResampler)
         EXPECT_EQ(Words(words + 1, words + 8), (Words{1000, 3 * rate, rate, 3, 333, 1, 3}));
         const CGeneralResampler& general = **reinterpret_cast<CGeneralResampler**>(handle);
         EXPECT_TRUE(general.m_channels == 3 && general.m_inputLen == 999);
-        // 100 Hz to 200 Hz below the output's Nyquist frequency, at most 0.45 / ratio.
-        const float per_hertz = 1.0F / static_cast<float>(3 * rate);
-        const float high = (static_cast<float>(rate) / 2 - 200) * per_hertz;
-        float taps[64];
-        GeneralFIRBandpass(taps, 64, WIN_HAMMING, 100 * per_hertz, std::min(high, 0.45F / 3));
+        // 100 Hz to 200 Hz below the output's Nyquist frequency.
+        const float high = static_cast<float>(rate) / 2 - 200;
+        const Floats taps = resampler_taps(1, 3, 64, 3 * rate, 100, high);
         for (int c = 0; c < 3; ++c) {
             const FIRMRState* state = general.m_states[c];
-            EXPECT_TRUE(state->length == 64 && std::equal(taps, taps + 64, state->taps));
+            EXPECT_TRUE(state->length == 64 && std::equal(taps.begin(), taps.end(), state->taps));
         }
         resample_exit(handle);
     }
 }
 
-// A block through a handle, then down and up again by each code.
+// A block through a handle and a filter of its own design, then down and up again by each code.
 Floats converted(unsigned seed)
 {
     const Floats in = noise(960, seed);
@@ -43,7 +40,11 @@ Floats converted(unsigned seed)
     resample_handle* handle = resample_init(1, 48000, 16000, 960);
     resample_process(handle, pcm.data(), pcm.data(), 960);
     resample_exit(handle);
-    Floats block(pcm.begin(), pcm.end()), ctx(9);
+    Floats block(pcm.begin(), pcm.end()), ctx(9), taps(64), history(128);
+    std::uint32_t position = 0;
+    GeneralFIRFractionalDelay(taps.data(), 64, WIN_HANNING, 30.5F);
+    FIRFiltering_Direct(block.data(), block.data(), 960, taps.data(), 64, history.data(),
+                        &position);
     for (unsigned code = 0; code < 5; ++code) {
         RSMPL_InitContext(ctx.data());
         RSMPL_Down(ctx.data(), block.data(), block.data(), 960, code);

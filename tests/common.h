@@ -3,6 +3,7 @@
 #ifndef RSMPL_TESTS_COMMON_H
 #define RSMPL_TESTS_COMMON_H
 
+#include "design/Resample_FIRFilterDesign.h"
 #include "iir/Resample_IIRFilterDesign.h"
 #include "spectral/Resample_Complex.h"
 
@@ -61,6 +62,20 @@ struct Model {
     const float* table;
     double memory[8] = {};
 };
+
+// The taps of a general resampler, from the designer.
+inline Floats resampler_taps(unsigned long up, unsigned long down, unsigned long count,
+                             unsigned long rate, float low, float high)
+{
+    const float per_hertz = 1.0F / static_cast<float>(rate), edge = high * per_hertz;
+    const float cap = 0.45F / static_cast<float>(std::max(up, down));
+    Floats taps(count);
+    GeneralFIRBandpass(taps.data(), static_cast<int>(count), WIN_HAMMING, low * per_hertz,
+                       edge < cap ? edge : cap);
+    for (float& tap : taps)
+        tap *= static_cast<float>(up);
+    return taps;
+}
 
 inline Floats noise(int len, unsigned seed = 1)
 {

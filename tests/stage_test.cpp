@@ -1,9 +1,7 @@
 #include "kernels/Resample_Kernels_internal.h"
 #include "tests/common.h"
 
-#include <cmath>
 #include <gtest/gtest.h>
-#include <tuple>
 
 namespace
 {
