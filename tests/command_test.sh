@@ -93,3 +93,10 @@ refused 2 "IN is required"
 refused 2 "OUT is required" 1.wav
 refused 2 "" 1.wav o.wav third; refused 2 "" --loud 1.wav o.wav
 ! "$rsmpl" 1.wav out.wav >full 2>errors && grep -q "^rsmpl: standard output: " errors || fail "no room"
+
+# A signal ends a conversion that waits for the rest of a pipe.
+mkfifo slow.au; before=$(ls -A)
+{ au 3; head -c 4000 /dev/zero; sleep 9; } >slow.au 2>/dev/null & "$rsmpl" slow.au o.wav & converting=$!
+until ls -A | grep -q '^\.rsmpl-'; do sleep 0.1; done
+kill $converting; wait $converting && fail "a signal is ignored"
+[ "$(ls -A)" = "$before" ] || fail "a signal leaves something behind"
