@@ -8,7 +8,7 @@ trap 'rm -f "$scratch"' EXIT
 "$strip" -o "$scratch" "$library"
 [ "$(stat -c %s "$scratch")" -le $((200 * 1024)) ]
 if "$objdump" -T "$library" | sed -nE 's/.*\*UND\*.* ([a-z]\w*)$/\1/p' |
-    grep -vxE 'malloc|calloc|free|mem(cpy|move|set)|puts|(atan|sincos|cos|sin|fma|sqrt|pow)f?'; then exit 1; fi
+    grep -vxE 'malloc|calloc|free|mem(cpy|move|set)|puts|(atan|sincos|cos|sin|fma|sqrt|pow|exp2)f?'; then exit 1; fi
 writable=$("$objdump" -tC "$library" | sed -nE 's/.* [gl] +O \.(data|bss)\s+\w+\s+(\.hidden )?//p' |
     grep -vE '^(completed\.0|__dso_handle|__cpu_model|__cpu_features2|DW\.ref\..*|__TMC_END__)$' | sort)
 diff - <(echo "$writable") <<'END'
