@@ -40,6 +40,7 @@ rsmpl_objects(rsmpl_base
     design/Resample_WinFunc.cpp
     fir/Resample_FIRFiltering.cpp
     fir/Resample_GeneralResampler.cpp
+    fir/Resample_Polyphase.cpp
     fir/Resample_iMalloc.cpp
     iir/Resample_IIRFilterDesign.cpp
     iir/Resample_Rsmpl_IIR_api.cpp

@@ -1,5 +1,7 @@
 #include "fir/Resample_FIRFiltering.h"
 
+#include "fir/Resample_DelayLine_internal.h"
+#include "fir/Resample_Polyphase_internal.h"
 #include "kernels/Resample_Kernels_internal.h"
 
 #include <algorithm>
@@ -8,25 +10,16 @@
 namespace
 {
 
+using rsmpl::DelayLine;
+using rsmpl::Polyphase;
+
 // What a tile works on: bounds of its scratch on the stack, some 22 KiB.
 constexpr std::uint64_t kTileOutputs = 256;
 constexpr std::uint64_t kTileTaps = 128;
 constexpr std::uint64_t kWindow = 2048;
 
-// The last `size` values of a stream in a circle; the next one overwrites the oldest.
-struct DelayLine {
-    DelayLine(float* memory, std::uint64_t count, std::uint64_t next)
-        : values(memory), size(count), index(next)
-    {
-    }
-
-    float* values;
-    std::uint64_t size;
-    std::uint64_t index; // where the next value goes
-};
-
-// What comes after the delay line: from each value of `in` on, L - 1 zeros.
-struct Stream {
+// What comes after the delay line: each value of `in`, and L - 1 zeros behind it.
+struct Input {
     const float* in;
     std::uint64_t L;
 
@@ -42,27 +35,15 @@ struct Stream {
     }
 };
 
-// Copies `count` values, beginning `age` before the next one, which is the stream's at `tick`.
-void copy(const DelayLine& line, std::uint64_t age, const Stream& stream, std::uint64_t tick,
-          std::uint64_t count, float* to)
-{
-    const std::uint64_t past = std::min(age, count);
-    const std::uint64_t oldest = (line.index + line.size - age) % line.size;
-    const std::uint64_t to_end = std::min(past, line.size - oldest);
-    std::copy_n(line.values + oldest, to_end, to);
-    std::copy_n(line.values, past - to_end, to + to_end);
-    stream.copy(tick, count - past, to + past);
-}
-
-// Moves `count` values of the stream, from `tick` on, to the line.
-void append(DelayLine& line, const Stream& stream, std::uint64_t tick, std::uint64_t count)
+// Moves `count` values of the input, from `tick` on, to the line.
+void append(DelayLine& line, const Input& input, std::uint64_t tick, std::uint64_t count)
 {
     const std::uint64_t kept = std::min(count, line.size);
     tick += count - kept;
     const std::uint64_t index = (line.index + (count - kept)) % line.size;
     const std::uint64_t to_end = std::min(kept, line.size - index);
-    stream.copy(tick, to_end, line.values + index);
-    stream.copy(tick + to_end, kept - to_end, line.values);
+    input.copy(tick, to_end, line.values + index);
+    input.copy(tick + to_end, kept - to_end, line.values);
     line.index = (index + kept) % line.size;
 }
 
@@ -81,16 +62,27 @@ public:
     // needs to the newest that the last one does.
     // cppcheck-suppress uninitMemberVar ; the rest is written before it is read
     Window(std::uint64_t outputs, std::uint64_t taps, std::uint64_t M)
-        : ticks((outputs - 1) * M + taps), taps_(taps), M_(M),
+        : ticks_((outputs - 1) * M + taps), taps_(taps), M_(M),
           row_(round_up(outputs) + (taps - 1) / M)
     {
-        std::fill_n(values + ticks, rsmpl::kFirOutputs - 1, 0.0F); // to read, not to use
     }
 
     // Outputs that fit.
     static std::uint64_t outputs(std::uint64_t taps, std::uint64_t M)
     {
         return std::min(kTileOutputs, (kWindow - taps) / M + 1);
+    }
+
+    // Begins `age` ticks before the end of the line, which goes on with the input at `tick`.
+    void fill(const DelayLine& line, std::uint64_t age, const Input& input, std::uint64_t tick)
+    {
+        const std::uint64_t past = std::min(age, ticks_);
+        const std::uint64_t oldest = (line.index + line.size - age) % line.size;
+        const std::uint64_t to_end = std::min(past, line.size - oldest);
+        std::copy_n(line.values + oldest, to_end, values_);
+        std::copy_n(line.values, past - to_end, values_ + to_end);
+        input.copy(tick, ticks_ - past, values_ + past);
+        std::fill_n(values_ + ticks_, rsmpl::kFirOutputs - 1, 0.0F); // to read, not to use
     }
 
     // Adds the share of taps[0 .. taps) in each output.
@@ -106,11 +98,8 @@ public:
             }
         }
         rsmpl::active_kernels().fir.convolve(sums, outputs, taps, starts, taps_,
-                                             M_ == 1 ? values : split());
+                                             M_ == 1 ? values_ : split());
     }
-
-    const std::uint64_t ticks;
-    float values[kWindow + rsmpl::kFirOutputs];
 
 private:
     const float* split()
@@ -118,22 +107,25 @@ private:
         const std::uint64_t phases = std::min(M_, taps_);
         for (std::uint64_t phase = 0; phase < phases; ++phase) {
             float* const row = phases_ + phase * row_;
-            const std::uint64_t count = (ticks - phase + M_ - 1) / M_;
+            const std::uint64_t count = (ticks_ - phase + M_ - 1) / M_;
 #pragma GCC unroll 8
             for (std::uint64_t k = 0; k < count; ++k)
-                row[k] = values[phase + k * M_];
+                row[k] = values_[phase + k * M_];
             std::fill(row + count, row + row_, 0.0F); // to read, not to use
         }
         return phases_;
     }
 
-    std::uint64_t taps_, M_, row_;
+    std::uint64_t ticks_, taps_, M_, row_;
+    float values_[kWindow + rsmpl::kFirOutputs];
+    // min(M, taps) rows of round_up(outputs) + (taps - 1) / M values.  Their outputs and taps alone
+    // are the window, at most; rounding up adds less than kFirOutputs to a row.
     float phases_[kWindow + kTileTaps * rsmpl::kFirOutputs];
 };
 
 // out[k], k < outputs, is the sum over the taps at tick k M; the line takes all M outputs ticks.
-// Reads of `in` are ahead of writes to `out`, so that it may be the same where L <= M.
-void filter(DelayLine& line, const float* taps, std::uint64_t length, const Stream& stream,
+// Reads of the input are ahead of writes to `out`, so that it may be the same where L <= M.
+void filter(DelayLine& line, const float* taps, std::uint64_t length, const Input& input,
             std::uint64_t M, float* out, std::uint64_t outputs)
 {
     std::uint64_t n;
@@ -144,34 +136,36 @@ void filter(DelayLine& line, const float* taps, std::uint64_t length, const Stre
         for (std::uint64_t j = 0; j < length; j += kTileTaps) {
             const std::uint64_t count = std::min(length - j, kTileTaps);
             Window window(n, count, M);
-            copy(line, j + count - 1, stream, k * M, window.ticks, window.values);
+            window.fill(line, j + count - 1, input, k * M);
             window.convolve(taps + j, sums, n);
         }
-        append(line, stream, k * M, n * M);
+        append(line, input, k * M, n * M);
         std::copy_n(sums, n, out + k);
     }
 }
 
-// Zeroed, or null when memory is short.
-float* allocate(std::uint64_t count)
+// Zeroed, with room for `more` values behind; or null when memory is short.
+float* allocate(std::uint64_t count, std::uint64_t more)
 {
     constexpr std::uint64_t kLargestCount = (std::uint64_t{1} << 61U) - 2;
     if (count > kLargestCount)
         throw std::bad_array_new_length();
-    return new (std::nothrow) float[count]();
+    if (more > kLargestCount - count)
+        return nullptr;
+    return new (std::nothrow) float[count + more]();
 }
 
 // Stores the record before there are arrays, so that it can be released whatever becomes of
 // them.
 template <typename State>
-bool create(State** state, const float* taps, std::uint64_t length)
+bool create(State** state, const float* taps, std::uint64_t length, std::uint64_t tables)
 {
     auto* created = new (std::nothrow) State();
     *state = created;
     if (created == nullptr)
         return false;
-    created->taps = allocate(length);
-    created->delay = allocate(length);
+    created->taps = allocate(length, tables);
+    created->delay = allocate(length, 0);
     if (created->taps == nullptr || created->delay == nullptr)
         return false;
     std::copy_n(taps, length, created->taps);
@@ -193,7 +187,7 @@ void release(State* state)
 
 int FIRInitAlloc(FIRState** state, const float* taps, uint64_t length, const float* delay)
 {
-    if (!create(state, taps, length))
+    if (!create(state, taps, length, 0))
         return 0;
     if (delay != nullptr)
         std::copy_n(delay, length, (*state)->delay);
@@ -224,10 +218,13 @@ void FIRFree(FIRState* state)
 
 int FIRMRInitAlloc(FIRMRState** state, const float* taps, uint64_t length, uint64_t L, uint64_t M)
 {
-    if (!create(state, taps, length))
+    const bool by_phases = Polyphase::serves(length, L, M);
+    if (!create(state, taps, length, by_phases ? Polyphase(length, L, M).table_size() : 0))
         return 0;
     (*state)->up = L;
     (*state)->down = M;
+    if (by_phases)
+        Polyphase(length, L, M).fill(taps, (*state)->taps + length);
     return 1;
 }
 
@@ -243,7 +240,11 @@ void FIRMRFiltering(FIRMRState* state, const float* in, float* out, uint64_t n)
         return;
     }
     DelayLine line(state->delay, state->length, state->index);
-    filter(line, state->taps, state->length, {in, L}, M, out, L * n);
+    const float* const tables = state->taps + state->length; // if there are any
+    if (Polyphase::serves(state->length, L, M) && Polyphase::usable(tables))
+        filter_by_phases({state->length, L, M}, state->taps, tables, line, in, out, n);
+    else
+        filter(line, state->taps, state->length, {in, L}, M, out, L * n);
     state->index = line.index;
 }
 

@@ -2,6 +2,8 @@
 #include "fir/Resample_FIRFiltering.h"
 #include "fuzz/input.h"
 
+#include <tuple>
+
 namespace
 {
 
@@ -63,15 +65,28 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size)
 {
     Input input(data, size);
     const int engine = input.between(0, 2);
-    const size_t length = input.size(input.once_in(8) ? 400 : 40);
+    const size_t length = input.size(input.once_in(8) ? input.once_in(20) ? 9000 : 400 : 40);
     Case c = {input.samples(length), {}, 1, 1};
-    if (engine == 1)
-        c.L = input.size(8), c.M = input.size(input.once_in(8) ? 2500 : 8);
+    if (engine == 1) {
+        const std::tuple<size_t, size_t> great[] = {{160, 441}, {441, 160}, {1024, 341}, {3, 1250}};
+        const int most = input.once_in(4) ? 50 : 8;
+        c.L = input.size(most),
+        c.M = input.size(input.once_in(8) ? input.once_in(2) ? 130 : 2500 : most);
+        if (input.once_in(20))
+            std::tie(c.L, c.M) = great[input.size(3)];
+    }
     const bool runs = c.L * c.M > 0, silent = engine == 1 || input.once_in(3);
     const size_t cost = (length + 20) * (c.L + 1) / (c.M + 1) + 1;
-    const auto longest = static_cast<int>(std::min<size_t>(60000 / cost, 4000));
+    const size_t streams = input.once_in(4) ? 12 * c.M : 0; // enough for all of them
+    const auto longest = static_cast<int>(std::clamp<size_t>(60000 / cost, streams, 30000));
     if (runs)
         c.in = input.samples(input.size(longest) / c.M * c.M);
+    if (input.once_in(6)) { // sums vanish, from either side
+        for (float& tap : c.taps)
+            tap = std::copysign(input.once_in(4) ? 0 : 0.25F, tap);
+        for (float& sample : c.in)
+            sample = std::copysign(input.once_in(2) ? 0 : 0x1p-149F, sample);
+    }
 
     // The past, oldest first; for the last engine in its store, which wraps around at `position`.
     Floats past = input.samples(engine == 2 ? 2 * length : length);

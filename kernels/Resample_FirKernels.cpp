@@ -7,6 +7,8 @@ namespace rsmpl::RSMPL_LEVEL
 namespace
 {
 
+static_assert(kFirOutputs % kFloats == 0 && kFirStreams % kFloats == 0);
+
 // Sums are pinned, tap after tap, so that vectors go across outputs.  `Vectors` of them at once
 // hide each other's latency and share every tap.
 template <std::size_t Vectors>
@@ -47,9 +49,60 @@ void convolve(float* sums, std::size_t n, const float* taps, const std::size_t* 
     run_tiles<8>(sums, (n + kFloats - 1) / kFloats * kFloats, taps, starts, count, window);
 }
 
+constexpr std::size_t kParts = kFirOutputs / kFloats; // vectors for eight values
+
+// Samples of different places, one to a lane, come from as many rows, which are turned into
+// columns.
+void convolve_phases(float* sums, const float* taps, std::size_t rows, const float* window,
+                     const std::size_t* newest)
+{
+    for (std::size_t part = 0; part < kParts; ++part) {
+        const float* lane[kFloats];
+        for (std::size_t k = 0; k < kFloats; ++k)
+            lane[k] = window + newest[part * kFloats + k];
+        const float* tap = taps + part * kFloats;
+        Floats sum = load<Floats>(sums + part * kFloats);
+        std::size_t i = 0;
+        for (; rows - i >= kFloats; i += kFloats) {
+            Floats samples[kFloats]; // oldest first
+            for (std::size_t k = 0; k < kFloats; ++k)
+                samples[k] = load<Floats>(lane[k] - i - (kFloats - 1));
+            transpose(samples);
+            for (std::size_t k = kFloats; k-- > 0; tap += kFirOutputs)
+                sum = multiply_add(load<Floats>(tap), samples[k], sum);
+        }
+        for (; i < rows; ++i, tap += kFirOutputs) {
+            float samples[kFloats];
+            for (std::size_t k = 0; k < kFloats; ++k)
+                samples[k] = *(lane[k] - i);
+            sum = multiply_add(load<Floats>(tap), load<Floats>(samples), sum);
+        }
+        store(sums + part * kFloats, sum);
+    }
+}
+
+void convolve_streams(float* sums, const float* taps, std::size_t rows, const float* window,
+                      const std::size_t* newest)
+{
+    for (std::size_t part = 0; part < kParts; ++part) {
+        const float* sample[kFirOutputs];
+        Floats sum[kFirOutputs];
+        for (std::size_t k = 0; k < kFirOutputs; ++k) {
+            sample[k] = window + kFirStreams * newest[k] + part * kFloats;
+            sum[k] = load<Floats>(sums + kFirStreams * k + part * kFloats);
+        }
+        for (std::size_t i = 0; i < rows; ++i)
+            for (std::size_t k = 0; k < kFirOutputs; ++k)
+                sum[k] = multiply_add(broadcast(taps[kFirOutputs * i + k]),
+                                      load<Floats>(sample[k] - kFirStreams * i), sum[k]);
+        for (std::size_t k = 0; k < kFirOutputs; ++k)
+            store(sums + kFirStreams * k + part * kFloats, sum[k]);
+    }
+}
+
 } // namespace
 
 extern const FirKernels fir;
-const FirKernels fir = {convolve};
+const FirKernels fir = {convolve, convolve_phases, convolve_streams};
 
 } // namespace rsmpl::RSMPL_LEVEL

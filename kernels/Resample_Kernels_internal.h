@@ -46,9 +46,20 @@ struct FirKernels {
     // multiply-add rounded once.  May read and write up to the next multiple of kFirOutputs.
     void (*convolve)(float* sums, std::size_t n, const float* taps, const std::size_t* starts,
                      std::size_t count, const float* window);
+
+    // Eight sums, each over samples of its own:
+    //     sums[k] += taps[8 i + k] * window[newest[k] - i],   k < 8, i < rows, i in its order.
+    void (*convolve_phases)(float* sums, const float* taps, std::size_t rows, const float* window,
+                            const std::size_t* newest);
+
+    // The same in eight streams s, sample by sample side by side:
+    //     sums[8 k + s] += taps[8 i + k] * window[8 (newest[k] - i) + s].
+    void (*convolve_streams)(float* sums, const float* taps, std::size_t rows, const float* window,
+                             const std::size_t* newest);
 };
 
 inline constexpr std::size_t kFirOutputs = 8;
+inline constexpr std::size_t kFirStreams = 8;
 
 // All over n samples; source and destination do not overlap.
 struct ConvertKernels {

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #ifdef __aarch64__
     #include <arm_neon.h>
@@ -73,6 +74,29 @@ inline constexpr bool kFuses = false;
 [[gnu::always_inline]] inline void store_narrow(float* to, Doubles v)
 {
     store(to, __builtin_convertvector(v, Narrow));
+}
+
+// Exchanges the lanes of a and b that are `Half` apart: of a square of 2 Half by 2 Half values, a
+// and b being rows that are Half apart, the off-diagonal quarters.
+template <int Half, int... Lane>
+[[gnu::always_inline]] inline void exchange(Floats& a, Floats& b,
+                                            std::integer_sequence<int, Lane...> /*lanes*/)
+{
+    const Floats upper =
+        __builtin_shufflevector(a, b, ((Lane & Half) != 0 ? kFloats + (Lane ^ Half) : Lane)...);
+    b = __builtin_shufflevector(a, b, ((Lane & Half) != 0 ? kFloats + Lane : Lane ^ Half)...);
+    a = upper;
+}
+
+// rows[i][k] to rows[k][i].
+template <int Half = kFloats / 2>
+[[gnu::always_inline]] inline void transpose(Floats (&rows)[kFloats])
+{
+    for (int i = 0; i < kFloats; ++i)
+        if ((i & Half) == 0)
+            exchange<Half>(rows[i], rows[i + Half], std::make_integer_sequence<int, kFloats>());
+    if constexpr (Half > 1)
+        transpose<Half / 2>(rows);
 }
 
 // a * b + c in double precision, rounded once where the processor fuses; twice on an x86-64

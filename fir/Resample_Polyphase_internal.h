@@ -1,0 +1,50 @@
+/* Resample_Polyphase_internal.h - filters for L / M times the rate that leave out inserted zeros.
+ *
+ * Of the taps only every L-th one meets an input, and not a zero:
+ *
+ *     y[k] = sum over i of taps[phase + i L] x[newest - i],   k M = newest L + phase
+ *
+ * A zero times a finite tap changes no sum but -0, which it may turn to +0.  So these are the bits
+ * of the sum over all taps as long as all are finite and an output of -0 is looked at once more. */
+#ifndef RSMPL_RESAMPLE_POLYPHASE_INTERNAL_H
+#define RSMPL_RESAMPLE_POLYPHASE_INTERNAL_H
+
+#include "fir/Resample_DelayLine_internal.h"
+
+#include <cstdint>
+
+namespace rsmpl
+{
+
+// Numbers of a filter with `length` taps, at least one, that inserts L - 1 zeros and keeps every
+// M-th output.  Groups of eight consecutive outputs share a table of taps; after so many outputs
+// that a group ends with a frame, or nearly so, tables repeat.
+struct Polyphase {
+    // Whether a filter is one of these: it inserts zeros, has taps for every phase, and eight of
+    // its outputs are not so far apart that the scratch could not hold their inputs.
+    static bool serves(std::uint64_t length, std::uint64_t L, std::uint64_t M);
+
+    Polyphase(std::uint64_t length, std::uint64_t L, std::uint64_t M); // that is served
+
+    // Floats in the tables; 0 when 64 bits can't count them.
+    std::uint64_t table_size() const;
+
+    // Fills the tables.  Those of taps that are not all finite are not to be used.
+    void fill(const float* taps, float* tables) const;
+    static bool usable(const float* tables);
+
+    std::uint64_t length, L, M;
+    std::uint64_t rows;    // taps of every phase; the first length % L phases have one more
+    std::uint64_t pattern; // outputs after which tables repeat, whole frames
+    std::uint64_t groups;  // tables
+};
+
+// Takes `frames` frames of M inputs each through the filter: in[0 .. M frames) to out[0 .. L
+// frames), which may be the same where L <= M.  The line is the filter's past, inserted zeros
+// included, before and after.
+void filter_by_phases(const Polyphase& filter, const float* taps, const float* tables,
+                      DelayLine& line, const float* in, float* out, std::uint64_t frames);
+
+} // namespace rsmpl
+
+#endif
