@@ -124,16 +124,15 @@ float signed_zero(const Polyphase& filter, const float* taps, const Source& sour
     return 0.0F;
 }
 
-// Some groups of outputs in `Streams` streams, each `apart` inputs after the one before.
-template <uint64_t Streams>
+// Some groups of outputs in one stream or in eight, each `apart` inputs after the one before.
 class Tile
 {
 public:
     // The outputs of each stream from `first` on, where a group begins: as many as fit, before
     // `end`. cppcheck-suppress uninitMemberVar ; the rest is written before it is read
-    Tile(const Polyphase& filter, uint64_t first, uint64_t end)
-        : filter_(filter), first_group_(first % filter.pattern / kGroup),
-          oldest_(position(filter, first).input)
+    Tile(const Polyphase& filter, uint64_t streams, uint64_t first, uint64_t end)
+        : filter_(filter), streams_(streams), room_(kWindow / streams),
+          first_group_(first % filter.pattern / kGroup), oldest_(position(filter, first).input)
     {
         while (groups_ < kTileGroups && first + outputs_ < end && add_group(first + outputs_, end))
             ++groups_;
@@ -144,16 +143,16 @@ public:
     // Sums over all rows of taps.
     void run(const float* taps, const float* tables, const Source& source, int64_t apart)
     {
-        std::fill_n(sums_, groups_ * kGroup * Streams, 0.0F);
-        std::fill_n(window_ + kRoom * Streams, Streams, 0.0F);
-        const uint64_t most = kRoom - static_cast<uint64_t>(newest_ - oldest_);
+        std::fill_n(sums_, groups_ * kGroup * streams_, 0.0F);
+        std::fill_n(window_ + room_ * streams_, streams_, 0.0F);
+        const uint64_t most = room_ - static_cast<uint64_t>(newest_ - oldest_);
         for (uint64_t row = 0, count; row < filter_.rows; row += count) {
             count = std::min(most, filter_.rows - row);
             const int64_t start = oldest_ - static_cast<int64_t>(row + count - 1);
-            for (uint64_t s = 0; s < Streams; ++s) {
+            for (uint64_t s = 0; s < streams_; ++s) {
                 const int64_t shift = static_cast<int64_t>(s) * apart;
                 source.copy(shift + start, shift + newest_ + 1 - static_cast<int64_t>(row),
-                            window_ + s, Streams);
+                            window_ + s, streams_);
             }
             for (uint64_t g = 0; g < groups_; ++g)
                 add_rows(tables, g, row, count, start);
@@ -166,13 +165,11 @@ public:
     {
         for (uint64_t g = 0; g < groups_; ++g)
             for (uint64_t p = 0; p < counts_[g]; ++p, ++out)
-                for (uint64_t s = 0; s < Streams; ++s)
-                    out[s * outputs] = sums_[(g * kGroup + p) * Streams + s];
+                for (uint64_t s = 0; s < streams_; ++s)
+                    out[s * outputs] = sums_[(g * kGroup + p) * streams_ + s];
     }
 
 private:
-    static constexpr uint64_t kRoom = kWindow / Streams;
-
     // False when it finds no room.
     bool add_group(uint64_t first, uint64_t end)
     {
@@ -183,7 +180,7 @@ private:
             at[p] = position(filter_, first + std::min(p, count - 1));
         const int64_t newest = at[kGroup - 1].input;
         if (groups_ > 0 &&
-            static_cast<uint64_t>(newest - oldest_) + std::min(filter_.rows, kTileRows) > kRoom)
+            static_cast<uint64_t>(newest - oldest_) + std::min(filter_.rows, kTileRows) > room_)
             return false;
         newest_ = newest;
         counts_[groups_] = count;
@@ -197,7 +194,7 @@ private:
     void add_rows(const float* tables, uint64_t g, uint64_t row, uint64_t count, int64_t start)
     {
         const FirKernels& kernels = active_kernels().fir;
-        const auto convolve = Streams == 1 ? kernels.convolve_phases : kernels.convolve_streams;
+        const auto convolve = streams_ == 1 ? kernels.convolve_phases : kernels.convolve_streams;
         const uint64_t table = (first_group_ + g) % filter_.groups;
         const float* const taps = tables + (table * filter_.rows + row) * kGroup;
         const uint64_t whole = std::min(count, filter_.length / filter_.L - row);
@@ -205,33 +202,34 @@ private:
         for (uint64_t p = 0; p < kGroup; ++p)
             newest[p] = static_cast<std::size_t>(at_[g * kGroup + p].input -
                                                  static_cast<int64_t>(row) - start);
-        convolve(sums_ + g * kGroup * Streams, taps, whole, window_, newest);
+        convolve(sums_ + g * kGroup * streams_, taps, whole, window_, newest);
         if (whole == count)
             return;
         for (uint64_t p = 0; p < kGroup; ++p)
             newest[p] =
-                at_[g * kGroup + p].phase < filter_.length % filter_.L ? newest[p] - whole : kRoom;
-        convolve(sums_ + g * kGroup * Streams, taps + whole * kGroup, 1, window_, newest);
+                at_[g * kGroup + p].phase < filter_.length % filter_.L ? newest[p] - whole : room_;
+        convolve(sums_ + g * kGroup * streams_, taps + whole * kGroup, 1, window_, newest);
     }
 
     void sign_zeros(const float* taps, const Source& source, int64_t apart)
     {
-        for (uint64_t i = 0; i < groups_ * kGroup * Streams; ++i) {
+        for (uint64_t i = 0; i < groups_ * kGroup * streams_; ++i) {
             if (sums_[i] != 0 || !std::signbit(sums_[i]))
                 continue;
-            Position at = at_[i / Streams];
-            at.input += static_cast<int64_t>(i % Streams) * apart;
+            Position at = at_[i / streams_];
+            at.input += static_cast<int64_t>(i % streams_) * apart;
             sums_[i] = signed_zero(filter_, taps, source, at);
         }
     }
 
     const Polyphase& filter_;
+    uint64_t streams_, room_; // samples of each stream
     uint64_t first_group_, groups_ = 0, outputs_ = 0;
     int64_t oldest_, newest_ = 0; // inputs where its outputs stand
     uint64_t counts_[kTileGroups];
     Position at_[kTileGroups * kGroup];
-    float sums_[kTileGroups * kGroup * Streams];
-    float window_[kWindow + Streams]; // the last ones are +0
+    float sums_[kTileGroups * kGroup * kStreams];
+    float window_[kWindow + kStreams]; // the last ones are +0
 };
 
 // `frames` frames in each of eight streams, one after the other in `in` and in `out`, which are
@@ -243,7 +241,7 @@ void filter_streams(const Polyphase& filter, const float* taps, const float* tab
     const Source source = {in, line, 0, L};
     const uint64_t outputs = frames * filter.L;
     for (uint64_t k = 0; k < outputs;) {
-        Tile<kStreams> tile(filter, k, outputs);
+        Tile tile(filter, kStreams, k, outputs);
         tile.run(taps, tables, source, static_cast<int64_t>(frames * filter.M));
         tile.deliver(out + k, outputs);
         k += tile.outputs();
@@ -259,7 +257,7 @@ void filter_in_order(const Polyphase& filter, const float* taps, const float* ta
     const uint64_t outputs = frames * filter.L;
     for (uint64_t k = 0; k < outputs;) {
         const auto tick = static_cast<int64_t>(k * filter.M);
-        Tile<1> tile(filter, k, outputs);
+        Tile tile(filter, 1, k, outputs);
         tile.run(taps, tables, {in, line, tick, L}, 0);
         advance(line, in, tick, tile.outputs() * filter.M, L);
         tile.deliver(out + k, outputs);
