@@ -25,27 +25,35 @@ const System kSystems[] = {
     {"liquid-dsp", peers::liquid_settings},
 };
 constexpr Rates kJobs[] = {
-    {48000, 16000}, {16000, 48000}, {32000, 48000}, {48000, 32000}, {48000, 8000},
+    {48000, 16000},       {16000, 48000},      {32000, 48000},
+    {48000, 32000},       {48000, 8000},       {44100, 16000, 441},
+    {44100, 16000, 4410}, {44100, 48000, 441}, {44100, 48000, 4410},
 };
 
-constexpr std::size_t kBlocks = 50; // of a run: one second at 48 kHz
-
-std::vector<short> steady_noise()
+// Of a run, about one second at 48 kHz.
+std::size_t inputs_of_run(Rates rates)
 {
-    return noise<short>(kBlocks * kBlock);
+    return 48000 / rates.inputs * rates.inputs;
 }
 
 // A loud block, then silence, in which the memory of a recursive filter fades.
-std::vector<short> burst()
+std::vector<short> burst(Rates rates)
 {
-    std::vector<short> signal = noise<short>(kBlock);
-    signal.resize(kBlocks * kBlock);
+    std::vector<short> signal = noise<short>(rates.inputs);
+    signal.resize(inputs_of_run(rates));
     return signal;
+}
+
+std::string kilohertz(int rate)
+{
+    const std::string tenths = rate % 1000 == 0 ? "" : "." + std::to_string(rate % 1000 / 100);
+    return std::to_string(rate / 1000) + tenths;
 }
 
 std::string job_name(Rates rates)
 {
-    return std::to_string(rates.in / 1000) + " to " + std::to_string(rates.out / 1000) + " kHz";
+    return kilohertz(rates.in) + " to " + kilohertz(rates.out) + " kHz, calls of " +
+           std::to_string(rates.inputs);
 }
 
 struct Row {
@@ -74,14 +82,15 @@ std::vector<Row> rows_of(Rates rates)
     return rows;
 }
 
-void register_run(const std::string& name, const Setting& setting, const std::vector<short>& in)
+void register_run(const std::string& name, const Setting& setting, Rates rates,
+                  const std::vector<short>& in)
 {
     benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
         rsmpl::force_level(rsmpl::available_levels() - 1);
         const peers::Stream stream = setting.open();
         std::vector<short> out(peers::kRoom);
         for (auto _ : state) {
-            for (std::size_t i = 0; i < in.size(); i += peers::kInputs)
+            for (std::size_t i = 0; i < in.size(); i += rates.inputs)
                 stream(in.data() + i, out.data());
             benchmark::ClobberMemory();
         }
@@ -103,9 +112,10 @@ void print_row(const Row& row, double our_ns)
 std::vector<Row> measured_rows(Rates rates, const Minima& minima)
 {
     std::vector<Row> rows;
+    const auto inputs = static_cast<double>(inputs_of_run(rates));
     for (Row& row : rows_of(rates)) {
-        row.ns = minima.ns(row.noise_run) / (kBlocks * kBlock);
-        row.silent_ns = minima.ns(row.burst_run) / (kBlocks * kBlock);
+        row.ns = minima.ns(row.noise_run) / inputs;
+        row.silent_ns = minima.ns(row.burst_run) / inputs;
         if (std::isnan(row.ns))
             continue; // left out by a filter on the command line
         const peers::Quality q = row.quality = peers::measure(rates, row.setting);
@@ -137,23 +147,23 @@ void register_peers()
 {
     for (const Rates rates : kJobs)
         for (const Row& row : rows_of(rates)) {
-            register_run(row.noise_run, row.setting, steady_noise());
+            register_run(row.noise_run, row.setting, rates, noise<short>(inputs_of_run(rates)));
             if (row.setting.recursive)
-                register_run(row.burst_run, row.setting, burst());
+                register_run(row.burst_run, row.setting, rates, burst(rates));
         }
 }
 
 void print_peers(const Minima& minima)
 {
     rsmpl::force_level(rsmpl::available_levels() - 1);
-    std::printf("\nresamplers, mono int16 to int16 in blocks of %d, at the strongest level\n"
-                "  ns     per input sample; ratio to rsmpl; silence: the same, after a loud block\n"
-                "  dB     ripple up to 0.87 of the lower Nyquist frequency or to the edge\n"
-                "  edge   -1 dB, as a part of the lower Nyquist frequency\n"
-                "  rej    dB down to the strongest alias or image\n"
-                "  ms     from a sample's arrival to its delivery, at 200 Hz\n"
-                "  =      equal quality: ripple of at most 0.7 dB, edge from 0.87 on, 57 dB down\n",
-                kBlock);
+    std::printf(
+        "\nresamplers, mono int16 to int16, at the strongest level\n"
+        "  ns     per input sample; ratio to rsmpl; silence: the same, after a loud block\n"
+        "  dB     ripple up to 0.87 of the lower Nyquist frequency or to the edge\n"
+        "  edge   -1 dB, as a part of the lower Nyquist frequency\n"
+        "  rej    dB down to the strongest alias or image\n"
+        "  ms     from a sample's arrival to its delivery, at 200 Hz\n"
+        "  =      equal quality: ripple of at most 0.7 dB, edge from 0.87 on, 57 dB down\n");
     for (const System& system : kSystems)
         if (system.settings == nullptr)
             std::printf("  missing: %s, not found when this was configured\n", system.name);

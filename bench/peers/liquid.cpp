@@ -20,25 +20,27 @@ auto elliptic(Create create, unsigned ratio)
                   edge, 0, kRipple, kStop);
 }
 
-Stream open_decimator(unsigned ratio)
+Stream open_decimator(Rates rates)
 {
+    const unsigned ratio = rates.down();
     const std::shared_ptr<iirdecim_rrrf_s> filter(elliptic(iirdecim_rrrf_create_prototype, ratio),
                                                   iirdecim_rrrf_destroy);
-    return with_int16([=](float* in, float* out) {
-        iirdecim_rrrf_execute_block(filter.get(), in, kInputs / ratio, out);
-        return kInputs / ratio;
+    return with_int16(rates, [=](float* in, float* out) {
+        iirdecim_rrrf_execute_block(filter.get(), in, rates.inputs / ratio, out);
+        return rates.inputs / ratio;
     });
 }
 
-Stream open_interpolator(unsigned ratio)
+Stream open_interpolator(Rates rates)
 {
+    const unsigned ratio = rates.up();
     const std::shared_ptr<iirinterp_rrrf_s> filter(elliptic(iirinterp_rrrf_create_prototype, ratio),
                                                    iirinterp_rrrf_destroy);
-    return with_int16([=](float* in, float* out) {
-        for (unsigned i = 0; i < kInputs; ++i)
+    return with_int16(rates, [=](float* in, float* out) {
+        for (unsigned i = 0; i < rates.inputs; ++i)
             in[i] *= static_cast<float>(ratio); // what the inserted zeros take away
-        iirinterp_rrrf_execute_block(filter.get(), in, kInputs, out);
-        return kInputs * ratio;
+        iirinterp_rrrf_execute_block(filter.get(), in, rates.inputs, out);
+        return rates.inputs * ratio;
     });
 }
 
@@ -46,8 +48,8 @@ Stream open_interpolator(unsigned ratio)
 Stream open_rational(rresamp_rrrf resampler, Rates rates)
 {
     const std::shared_ptr<rresamp_rrrf_s> owner(resampler, rresamp_rrrf_destroy);
-    const unsigned groups = kInputs / rates.down();
-    return with_int16([=](float* in, float* out) {
+    const unsigned groups = rates.inputs / rates.down();
+    return with_int16(rates, [=](float* in, float* out) {
         rresamp_rrrf_execute_block(owner.get(), in, groups, out);
         return groups * rates.up();
     });
@@ -92,9 +94,11 @@ std::vector<Setting> liquid_settings(Rates rates)
     const Setting fir = {"rresamp, equiripple FIR",
                          [=] { return open_rational(equiripple(rates), rates); }};
     if (rates.up() == 1)
-        return {plain, {iir, [=] { return open_decimator(rates.down()); }, true}};
+        return {plain, {iir, [=] { return open_decimator(rates); }, true}};
     if (rates.down() == 1)
-        return {plain, fir, {iir, [=] { return open_interpolator(rates.up()); }, true}};
+        return {plain, fir, {iir, [=] { return open_interpolator(rates); }, true}};
+    if (std::max(rates.up(), rates.down()) > 6)
+        return {plain}; // longer filters than the exchange can design
     return {plain, fir};
 }
 

@@ -20,28 +20,30 @@ namespace peers
 struct Rates {
     int in;
     int out;
+    unsigned inputs = 960; // of one call
 
     unsigned up() const { return static_cast<unsigned>(out / std::gcd(in, out)); }
     unsigned down() const { return static_cast<unsigned>(in / std::gcd(in, out)); }
     double lower_nyquist() const { return (in < out ? in : out) / 2.0; }
 };
 
-// The inputs of one call, and room for its outputs: some keep several blocks back and deliver
-// them at once.
-constexpr unsigned kInputs = 960;
+// At most, of one call; and room for its outputs: some keep several blocks back and deliver them at
+// once.
+constexpr unsigned kMostInputs = 4410;
 constexpr unsigned kRoom = 32768;
 
-// One channel on its way through a resampler: takes kInputs samples, returns the number of outputs.
+// One channel on its way through a resampler: takes the inputs of one call, returns the number of
+// outputs.
 using Stream = std::function<std::size_t(const short* in, short* out)>;
 using FloatStream = std::function<std::size_t(float* in, float* out)>;
 
 // For those that know only floats; in loops that compilers vectorise.
-inline Stream with_int16(const FloatStream& convert)
+inline Stream with_int16(Rates rates, const FloatStream& convert)
 {
-    using Buffers = std::pair<std::array<float, kInputs>, std::array<float, kRoom>>;
-    return [convert, buffers = std::make_shared<Buffers>()](const short* in, short* out) {
+    using Buffers = std::pair<std::array<float, kMostInputs>, std::array<float, kRoom>>;
+    return [=, buffers = std::make_shared<Buffers>()](const short* in, short* out) {
         auto& [floats_in, floats_out] = *buffers;
-        std::copy(in, in + kInputs, floats_in.data());
+        std::copy(in, in + rates.inputs, floats_in.data());
         const std::size_t count = convert(floats_in.data(), floats_out.data());
         for (std::size_t i = 0; i < count; ++i) {
             const float limited = std::min(std::max(floats_out[i], -32768.0F), 32767.0F);
@@ -67,7 +69,7 @@ struct Quality {
     double ripple;    // dB, peak to peak, up to 0.87 of the lower Nyquist frequency or to the edge
     double edge;      // where it is 1 dB below its maximum, as a part of that frequency
     double rejection; // dB from the maximum down to the strongest alias or image
-    double delay;     // ms from a sample's arrival to its delivery, in blocks of kInputs
+    double delay;     // ms from a sample's arrival to its delivery, in calls of that many inputs
 };
 
 // Measured from what becomes of tones.

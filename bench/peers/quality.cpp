@@ -25,7 +25,7 @@ Reply send_tone(Rates rates, const Setting& setting, double hertz)
     constexpr double kSeconds = 0.4;
     const Stream stream = setting.open();
     Reply reply;
-    std::vector<short> in(kInputs);
+    std::vector<short> in(rates.inputs);
     std::vector<short> out(kRoom);
     for (int sent = 0; sent < kSeconds * rates.in;) {
         for (short& sample : in)
@@ -66,11 +66,28 @@ double decibels(Complex gain)
     return 20 * std::log10(std::max(std::abs(gain), 1e-6));
 }
 
-// The strongest of the other tones that a periodic system can make of one.
+// Tones that a periodic system can make of one lie at multiples of this beside it and beside its
+// mirror image.
+double grid(Rates rates)
+{
+    return std::gcd(rates.in, rates.out);
+}
+
+// Moved away from its own aliases, where these are close together.
+double apart_from_aliases(Rates rates, double hertz)
+{
+    const double half = grid(rates) / 2;
+    return half > 1000 ? hertz : (std::floor(hertz / half) + 0.5) * half;
+}
+
+// The strongest of these tones; where there are many, of those from the nearest images of the
+// input's spectrum and of some in between.
 double spurious(const Reply& reply, Rates rates, double hertz)
 {
     double strongest = -1000;
-    for (unsigned k = hertz < rates.lower_nyquist() ? 1 : 0; k < rates.up(); ++k)
+    const unsigned up = rates.up();
+    const unsigned first = hertz < rates.lower_nyquist() ? 1 : 0;
+    for (unsigned k = first; k < up; k += k < 8 || k + 8 >= up ? 1 : std::max(1U, up / 16))
         strongest = std::max(
             strongest, decibels(gain(reply, rates, hertz + static_cast<double>(k) * rates.in)));
     return strongest;
@@ -108,7 +125,8 @@ Quality measure(Rates rates, const Setting& setting)
     constexpr double kSpacing = 0.87 / kTones;
     std::vector<double> levels;
     double strongest_spurious = -1000;
-    const auto send = [&](double hertz) {
+    const auto send = [&](double wanted) {
+        const double hertz = apart_from_aliases(rates, wanted);
         const Reply reply = send_tone(rates, setting, hertz);
         strongest_spurious = std::max(strongest_spurious, spurious(reply, rates, hertz));
         return decibels(gain(reply, rates, hertz));
@@ -125,7 +143,8 @@ Quality measure(Rates rates, const Setting& setting)
     const double lowest = *std::min_element(levels.begin(), fallen);
     double edge = static_cast<double>(fallen - levels.begin()) * kSpacing;
     double beyond = fallen == levels.end() ? 0.998 : edge + kSpacing;
-    while (beyond - edge > 0.0005) {
+    const double resolution = std::max(0.0005, grid(rates) < 1000 ? grid(rates) / rates.in : 0);
+    while (beyond - edge > resolution) {
         const double middle = (edge + beyond) / 2;
         (send(middle * rates.lower_nyquist()) < highest - 1 ? beyond : edge) = middle;
     }

@@ -11,8 +11,8 @@ Stream open(Rates rates, int converter)
 {
     const std::shared_ptr<SRC_STATE> state(src_new(converter, 1, nullptr), src_delete);
     const double ratio = static_cast<double>(rates.out) / rates.in;
-    return with_int16([=](float* in, float* out) {
-        SRC_DATA data = {in, out, kInputs, kRoom, 0, 0, 0, ratio};
+    return with_int16(rates, [=](float* in, float* out) {
+        SRC_DATA data = {in, out, rates.inputs, kRoom, 0, 0, 0, ratio};
         src_process(state.get(), &data);
         return static_cast<std::size_t>(data.output_frames_gen);
     });

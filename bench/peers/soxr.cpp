@@ -18,7 +18,7 @@ Stream open(Rates rates, const soxr_quality_spec_t& quality, unsigned long dithe
         soxr_create(rates.in, rates.out, 1, nullptr, &io, &quality, &runtime), soxr_delete);
     return [=](const short* in, short* out) {
         std::size_t count = 0;
-        soxr_process(owner.get(), in, kInputs, nullptr, out, kRoom, &count);
+        soxr_process(owner.get(), in, rates.inputs, nullptr, out, kRoom, &count);
         return count;
     };
 }

@@ -14,7 +14,7 @@ Stream open(Rates rates, int quality)
                              quality, nullptr),
         speex_resampler_destroy);
     return [=](const short* in, short* out) {
-        unsigned taken = kInputs;
+        unsigned taken = rates.inputs;
         unsigned count = kRoom;
         speex_resampler_process_int(state.get(), 0, in, &taken, out, &count);
         return count;

@@ -25,7 +25,8 @@ Stream open(Rates rates, const std::string& options)
     return [=](const short* in, short* out) {
         const auto* from = reinterpret_cast<const std::uint8_t*>(in);
         auto* to = reinterpret_cast<std::uint8_t*>(out);
-        return static_cast<std::size_t>(swr_convert(owner.get(), &to, kRoom, &from, kInputs));
+        return static_cast<std::size_t>(
+            swr_convert(owner.get(), &to, kRoom, &from, static_cast<int>(rates.inputs)));
     };
 }
 

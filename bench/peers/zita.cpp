@@ -13,8 +13,8 @@ Stream open(Rates rates, unsigned length, double band)
     const auto resampler = std::make_shared<Resampler>();
     resampler->setup(static_cast<unsigned>(rates.in), static_cast<unsigned>(rates.out), 1, length,
                      band);
-    return with_int16([=](float* in, float* out) {
-        resampler->inp_count = kInputs;
+    return with_int16(rates, [=](float* in, float* out) {
+        resampler->inp_count = rates.inputs;
         resampler->inp_data = in;
         resampler->out_count = kRoom;
         resampler->out_data = out;
