@@ -144,7 +144,9 @@ void cut_above(CGeneralFIRDesigner& d, float edge)
 
 void apply_window(CGeneralFIRDesigner& d)
 {
-    for (int n = 0; d.m_window != nullptr && n < d.m_filterLen; ++n)
+    if (d.m_window == nullptr)
+        return;
+    for (int n = 0; n < d.m_filterLen; ++n)
         d.m_timeBuf[n] *= d.m_window[n];
 }
 

@@ -30,10 +30,15 @@ short* channel_of(short* planar, int channel, int len)
     return planar + static_cast<std::ptrdiff_t>(channel) * len;
 }
 
-// False when it does not fit.
+// The next two are false when it does not fit an int.
 bool store_product(ulong a, ulong b, int& product)
 {
     return !__builtin_mul_overflow(a, b, &product);
+}
+
+bool store(ulong value, int& narrow)
+{
+    return store_product(value, 1, narrow);
 }
 
 // The next three are false when memory is short.
@@ -80,12 +85,12 @@ int CGeneralResampler::Init(unsigned long channels, int* flags, unsigned long up
     UnInit();
     int count = 0;
     float* taps = nullptr;
-    const bool done =
-        store_product(channels, 1, m_channels) && store_product(frames, 1, m_frames) &&
-        store_product(frames, down, m_inputLen) && store_product(frames, up, m_outputLen) &&
-        store_product(tap_count, 1, count) && allocate(*this, flags) && iCalloc(taps, tap_count) &&
-        design(taps, count, up, down, rate, low, high) &&
-        create_states(*this, taps, tap_count, up, down);
+    const bool done = store(channels, m_channels) && store(frames, m_frames) &&
+                      store_product(frames, down, m_inputLen) &&
+                      store_product(frames, up, m_outputLen) && store(tap_count, count) &&
+                      allocate(*this, flags) && iCalloc(taps, tap_count) &&
+                      design(taps, count, up, down, rate, low, high) &&
+                      create_states(*this, taps, tap_count, up, down);
     iFree(taps);
     if (!done)
         UnInit();
@@ -94,8 +99,8 @@ int CGeneralResampler::Init(unsigned long channels, int* flags, unsigned long up
 
 int CGeneralResampler::UnInit()
 {
-    for (int c = 0; m_states != nullptr && c < m_channels; ++c)
-        FIRMRFree(m_states[c]);
+    if (m_states != nullptr)
+        std::for_each(m_states, m_states + m_channels, FIRMRFree);
     delete[] m_states;
     m_states = nullptr;
     iFree(m_floatOut, static_cast<ulong>(m_channels));
@@ -108,7 +113,9 @@ int CGeneralResampler::UnInit()
 
 int CGeneralResampler::ResampleOneBlock(float** in)
 {
-    for (int c = 0; m_states != nullptr && c < m_channels; ++c)
+    if (m_states == nullptr)
+        return 0;
+    for (int c = 0; c < m_channels; ++c)
         if (enabled(*this, c))
             FIRMRFiltering(m_states[c], in[c], m_floatOut[c], static_cast<ulong>(m_frames));
     return 0;
@@ -137,7 +144,9 @@ float** CGeneralResampler::GetFloatOutput()
 
 short* CGeneralResampler::GetInt16Output()
 {
-    for (int c = 0; m_states != nullptr && c < m_channels; ++c)
+    if (m_states == nullptr)
+        return nullptr;
+    for (int c = 0; c < m_channels; ++c)
         if (enabled(*this, c))
             Convert_FloatToShort_Sf(channel_of(m_int16Out, c, m_outputLen), m_floatOut[c],
                                     m_outputLen, kRound, kFromFullScale);

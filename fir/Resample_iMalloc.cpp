@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <limits>
 #include <new>
 
 namespace
@@ -18,9 +17,11 @@ constexpr std::size_t kAlignment = 64;
 // that is at least as far from it as calloc aligns, which a pointer fits into.
 void* allocate_block(std::size_t count, std::size_t size)
 {
-    if (count > (std::numeric_limits<std::size_t>::max() - kAlignment) / size)
+    std::size_t bytes = 0;
+    if (__builtin_mul_overflow(count, size, &bytes) ||
+        __builtin_add_overflow(bytes, kAlignment, &bytes))
         return nullptr;
-    void* raw = std::calloc(count * size + kAlignment, 1);
+    void* raw = std::calloc(bytes, 1);
     if (raw == nullptr)
         return nullptr;
     const auto address = reinterpret_cast<std::uintptr_t>(raw);
@@ -36,7 +37,8 @@ void free_block(void* start)
 
 void check_table(unsigned long count)
 {
-    if (count > PTRDIFF_MAX / sizeof(void*))
+    std::ptrdiff_t bytes = 0;
+    if (__builtin_mul_overflow(count, sizeof(void*), &bytes))
         throw std::bad_array_new_length();
 }
 
@@ -70,12 +72,13 @@ bool iCalloc(T**& p, unsigned long rows, unsigned long cols)
 {
     p = nullptr;
     check_table(rows);
-    if (cols != 0 && rows > std::numeric_limits<unsigned long>::max() / cols)
+    unsigned long count = 0;
+    if (__builtin_mul_overflow(rows, cols, &count))
         return false;
     T** table = allocate_table<T*>(rows);
     if (table == nullptr)
         return false;
-    if (!iCalloc(table[0], rows * cols)) {
+    if (!iCalloc(table[0], count)) {
         delete[] table;
         return false;
     }

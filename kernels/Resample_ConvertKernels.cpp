@@ -31,9 +31,7 @@ template <bool Rounding>
 {
     if constexpr (Rounding)
         y += y >= 0 ? 0.5F : -0.5F;
-    const float below = y < 32767.0F ? y : 32767.0F; // NaN too becomes 32767
-    const float within = below > -32768.0F ? below : -32768.0F;
-    return static_cast<short>(static_cast<int>(within));
+    return static_cast<short>(static_cast<int>(saturated(y, -32768.0F, 32767.0F)));
 }
 
 template <bool Rounding>
@@ -68,9 +66,7 @@ template <bool Rounding>
     auto sum = static_cast<unsigned long>(x);
     if constexpr (Rounding)
         sum += x >= 0 ? 0x8000UL : -0x8000UL;
-    const long whole = static_cast<long>(sum) >> 16;
-    const long below = whole < 32767 ? whole : 32767;
-    return static_cast<short>(below > -32768 ? below : -32768);
+    return static_cast<short>(saturated(static_cast<long>(sum) >> 16, -32768L, 32767L));
 }
 
 template <bool Rounding>

@@ -6,18 +6,25 @@
 namespace rsmpl
 {
 
-// x truncated toward zero; beyond int32's range its nearest limit; 0 for NaN.  Written as
-// selections, without branches, so that loops over it vectorise; always inlined, because kernels
-// use it too.
+// Selections, without branches, so that loops over them vectorise; always inlined, because kernels
+// use them too.
+
+// x, but at most `most` and at least `least`; NaN becomes `most`.
+template <typename T>
+[[gnu::always_inline]] inline T saturated(T x, T least, T most)
+{
+    const T below = x < most ? x : most;
+    return below > least ? below : least;
+}
+
+// x truncated toward zero; beyond int32's range its nearest limit; 0 for NaN.
 [[gnu::always_inline]] inline std::int32_t truncate_saturating(float x)
 {
-    constexpr float kTooLarge = 2147483648.0F;         // 2^31
-    constexpr float kLargestBelow = 2147483520.0F;     // the float next to it
-    const float low = x > -kTooLarge ? x : -kTooLarge; // NaN too becomes -2^31
-    const float within = low < kLargestBelow ? low : kLargestBelow;
-    const auto whole = static_cast<std::int32_t>(within);
-    const std::int32_t saturated = x >= kTooLarge ? INT32_MAX : whole;
-    return x == x ? saturated : 0;
+    constexpr float kTooLarge = 2147483648.0F;     // 2^31
+    constexpr float kLargestBelow = 2147483520.0F; // the float next to it
+    const auto whole = static_cast<std::int32_t>(saturated(x, -kTooLarge, kLargestBelow));
+    const std::int32_t limited = x >= kTooLarge ? INT32_MAX : whole;
+    return x == x ? limited : 0;
 }
 
 } // namespace rsmpl

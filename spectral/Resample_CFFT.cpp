@@ -149,16 +149,20 @@ void CFFT::FFTFwd_CToC(DCOMPLEX* in, DCOMPLEX* out)
     pStagePair[1] = pScratch;
     const rsmpl::FftKernels& kernels = rsmpl::active_kernels().fft;
     const unsigned alone = nFFTOrder % 4 == 2 ? 2 : nFFTOrder % 2;
-    unsigned passes = (nFFTOrder - alone) / 2 + alone;
+    const unsigned pairs = (nFFTOrder - alone) / 2;
     const float* src = floats(in);
     unsigned span = 1;
-    while (passes-- > 0) { // the last one, with none to follow, writes into out
-        float* dst = floats(pStagePair[passes % 2]);
-        const bool two = passes >= alone;
-        (two ? kernels.two_stages : kernels.one_stage)(src, dst, floats(pTwiddle), nFFTLen, span);
+    unsigned to_come = pairs + alone;
+    const auto run = [&](rsmpl::FftPass* pass, unsigned growth) {
+        float* dst = floats(pStagePair[--to_come % 2]); // out for the last one
+        pass(src, dst, floats(pTwiddle), nFFTLen, span);
         src = dst;
-        span *= two ? 4 : 2;
-    }
+        span *= growth;
+    };
+    for (unsigned i = 0; i < pairs; ++i)
+        run(kernels.two_stages, 4);
+    for (unsigned i = 0; i < alone; ++i)
+        run(kernels.one_stage, 2);
 }
 
 void CFFT::FFTFwd_RToC(float* in, DCOMPLEX* out)
