@@ -15,10 +15,13 @@
  *     ratio 1 or 2  W / 3 filtered outputs, then zeros
  *     above 3       the first out_per_ch of W / 3 filtered outputs
  *     any other W   zeros only; the calls succeed all the same
+ * So samples_per_ch is best a multiple of 6: 480, 768, 960 or 1536 for 10, 16, 20 or 32 ms.
  *
  * Response of 48000 to 16000 Hz: 0 to -0.5 dB up to 7 kHz, -60 dB from 8 kHz on.  Outputs are
- * cut to 16 bits, not clipped: loud input can overshoot (3.2 times the largest sample at worst)
- * and wrap around; an input 10.1 dB below full scale never does.
+ * truncated toward zero, which takes 0.2 dB from a tone at -60 dBFS, 0.8 dB at -72 dBFS and all
+ * that stays below one step.  They are then cut to 16 bits, not clipped: loud input can overshoot
+ * (3.2 times the largest sample at worst) and wrap around; an input 10.1 dB below full scale never
+ * does.
  *
  * A handle must not be used by two threads at once; distinct ones are independent, also while
  * another thread opens or closes handles.  [rt]: neither allocates, locks, nor touches files,
@@ -40,9 +43,11 @@ typedef struct resample_handle resample_handle;
  *                   then give a handle that takes blocks of length 0 only
  *   samples_per_ch  the input block per channel, 0 or more, typically 960
  * Returns the handle, owned by the caller until resample_exit.  Null when
- *   - ch_num or samples_per_ch is out of range or memory is short; nothing is kept;
- *   - in_rate is not a multiple of out_rate; prints "ILLEAGLE FREQUENCY" on standard output and
- *     keeps one small record for good, so do not probe rates in a loop. */
+ *   - in_rate is not a multiple of out_rate, whatever the other two are; prints
+ *     "ILLEAGLE FREQUENCY" on standard output and keeps one small record for good, so do not probe
+ *     rates in a loop;
+ *   - ch_num or samples_per_ch is out of range, or memory is short for what blocks need; prints
+ *     and keeps nothing. */
 resample_handle* resample_init(int ch_num, int in_rate, int out_rate, int samples_per_ch);
 
 /* Converts one block.
@@ -51,7 +56,8 @@ resample_handle* resample_init(int ch_num, int in_rate, int out_rate, int sample
  *   len  ch_num * W, samples over all channels
  * Returns 0.  Returns -1, with out and the filters untouched, when
  *   - handle is null; prints "resample not init!" on standard output;
- *   - len is another; prints "input data length = ch_num * samples_per_ch";
+ *   - len is not ch_num * W, which is less than ch_num * samples_per_ch where ratio does not
+ *     divide samples_per_ch; prints "input data length = ch_num * samples_per_ch" all the same;
  *   - in or out is null and len is not 0; prints nothing.
  * [rt] for a handle and a length that fit. */
 int resample_process(resample_handle* handle, const short* in, short* out, int len);

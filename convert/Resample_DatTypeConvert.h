@@ -9,7 +9,9 @@
  *     sf     the factor is 2^-sf, in float: sf = -15 multiplies by 32768, 15 divides by it.
  *            Factors beyond the range of a float are infinity or 0, and 0 times infinity is
  *            NaN.
- *     mode   1 rounds, halves away from zero; any other value truncates
+ *     mode   1 rounds to nearest, halves away from zero; any other value truncates toward zero.
+ *            The half is added in float and the sum truncated: the floats next below a half,
+ *            +-0.49999997, become +-1 too.  Wide samples have a rounding of their own
  *
  * No state: safe in any thread.  All are [rt]: they neither allocate, lock, print nor touch
  * files. */

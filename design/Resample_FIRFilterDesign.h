@@ -12,8 +12,9 @@
  *                at L / 2
  *     low, high  band edges as fractions of the sampling rate, 0.5 being the Nyquist frequency.
  *                A low edge up to 1e-5, a high edge from 0.5 on, and NaN are absent
- *     centre     where the peak of the response goes, in samples from the first tap, 0 to L: the
- *                delay of the filter.  What a shift moves beyond the taps is lost: best near L / 2
+ *     centre     where the peak of the response goes, in samples from the first tap, 0 to L - 1:
+ *                the delay of the filter.  What a shift moves beyond the taps is lost: best near
+ *                L / 2
  *     out        receives L taps
  *
  * The transform has M points, the power of two from L on.  A bin k reaches from (k - 1/2) / M to
@@ -41,7 +42,7 @@
 
 #pragma GCC visibility push(default)
 
-/* Values other than these count as WIN_NONE. */
+/* Values other than these give the same taps as WIN_NONE. */
 #ifdef __cplusplus
 enum General_WindowType : int
 #else
@@ -64,8 +65,10 @@ extern "C" {
 int GeneralFIRDesign(float* out, int len, General_WindowType type, float low, float high,
                      float centre);
 
-/* Passes everything, delayed by `delay` samples, which need not be whole; as good as what is left
- * of the windowed response after the shift. */
+/* Passes everything, delayed by `delay` samples, which need not be whole.  A whole delay is exact.
+ * Any other is a windowed pulse around L / 2, and the farther it is shifted from there, the more of
+ * it is lost beyond the taps: of 64 with a Hamming window the gain below a frequency of 0.4 stays
+ * within 0.04 dB for a delay of 24.5, 0.11 dB for 16.5 and 0.4 dB for 8.5. */
 int GeneralFIRFractionalDelay(float* out, int len, General_WindowType type, float delay);
 
 /* Pass what is below fc, above fc, between f1 and f2. */
@@ -86,7 +89,8 @@ public:
     /* No arrays yet: designs nothing before Init. */
     CGeneralFIRDesigner();
 
-    /* The same, followed by Init(len, type). */
+    /* The same, followed by Init(len, type).  Where that fails m_fft is null, and designs return
+     * 0. */
     CGeneralFIRDesigner(int len, General_WindowType type);
 
     ~CGeneralFIRDesigner();
@@ -117,7 +121,7 @@ public:
     DCOMPLEX* m_spectrum; /* per bin, before the window; not set by a bare impulse */
     float* m_magnitude;   /* per bin; set by designs with a fractional centre only, as m_phase */
     float* m_phase;       /* per bin, in radians */
-    float* m_window;      /* L values; null for WIN_NONE */
+    float* m_window;      /* L values; null for WIN_NONE, ones for an unknown type */
     CFFT* m_fft;          /* null without a successful Init */
 };
 #endif

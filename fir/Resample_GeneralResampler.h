@@ -15,10 +15,15 @@
  * The filter is GeneralFIRBandpass with a Hamming window, times `up`.  Its edges are fractions of
  * the input rate, but the taps act at `up` times that rate: an edge of f Hz comes to lie at
  * up * f.  For 3.4 kHz at 2:1, ask for 1.7.  A low edge of 0 is none.  The high edge is capped to
- * lie at 0.45 times the lower of input and output rate; NaN means that cap.  It is the middle of
- * a transition about 3 / tap_count of the taps' rate wide.  At half the lower rate, where images
- * and aliases begin, 64 taps at 1:3 or 3:1 have fallen by 23 dB, 192 taps by 62.  The delay is
- * half the taps, at the rate of the taps.
+ * lie at 0.45 times the lower of input and output rate; NaN means that cap.  There the
+ * response is down to half the amplitude, -6 dB; -1 dB lies about 0.9 / tap_count of the taps' rate
+ * below, -50 dB 1.5 to 2 / tap_count above.  At half the lower rate, where images and aliases
+ * begin, 64 taps at 1:3 or 3:1 have fallen by 23 dB, 192 taps by 62.  The delay is half the taps,
+ * at the rate of the taps.
+ *
+ * Full scale is 1 for rows of floats and for 16-bit output, but 32768 for 16-bit input, which
+ * becomes floats of the same value.  16 bits in with 16 bits out therefore clips nearly everything:
+ * all outputs beyond one step of the input.  Take floats on one side; examples/rational.cpp does.
  *
  * An object must not be used by two threads at once; distinct ones are independent.  [rt]:
  * neither allocates, locks, prints nor touches files. */
@@ -45,8 +50,9 @@ public:
      *   rate       of the input in Hz
      *   low, high  band edges in Hz
      * Returns 1, always.  When memory is short, channels, frames or a block's samples do not fit an
-     * int, or tap_count exceeds 2^30, nothing is kept: GetFloatOutput and GetInt16Output then
-     * return null, and blocks do nothing. */
+     * int, or tap_count exceeds 2^30, the object owns nothing and all its pointers are null:
+     * GetFloatOutput and GetInt16Output return null, blocks do nothing, and the counts below say
+     * nothing. */
     int Init(unsigned long channels, int* flags, unsigned long up, unsigned long down,
              unsigned long frames, unsigned long tap_count, unsigned long rate, float low,
              float high);
@@ -60,10 +66,9 @@ public:
      * Returns 0.  [rt] */
     int ResampleOneBlock(float** in);
 
-    /* The same for planar 16-bit samples, channel c at c * m_inputLen.  They become floats of the
-     * same value: full scale is 32768, 32768 times what GetInt16Output and the other form take it
-     * for.  Returns 0.  [rt] but for the first call, which allocates; when memory is short it
-     * does nothing. */
+    /* The same for planar 16-bit samples, channel c at c * m_inputLen, full scale being 32768.
+     * Returns 0.  [rt] but for the first call, which allocates; when memory is short it does
+     * nothing. */
     int ResampleOneBlock(short* in);
 
     /* The last block, a row of m_outputLen samples per channel; zeros before the first, and for

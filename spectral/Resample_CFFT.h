@@ -17,9 +17,9 @@
  * otherwise input and output do not overlap; inputs are never written.  An engine of order 0
  * (N = 1) transforms nothing: its outputs are left as they are or are undefined.
  *
- * An object must not be used by two threads at once; distinct ones are independent.  Transforms
- * need a successful FFTInitAlloc before them.  [rt]: neither allocates, locks, prints nor
- * touches files. */
+ * What works on arrays needs a successful FFTInitAlloc before it, and after FFTFree another one.
+ * An object must not be used by two threads at once; distinct ones are independent.  [rt]: neither
+ * allocates, locks, prints nor touches files. */
 #ifndef RSMPL_RESAMPLE_CFFT_H
 #define RSMPL_RESAMPLE_CFFT_H
 
@@ -30,7 +30,7 @@
 class CFFT
 {
 public:
-    /* No arrays yet; the length is not set. */
+    /* No arrays yet: all pointers are null, length and order 0. */
     CFFT();
 
     /* Does not release the arrays: FFTFree does. */
@@ -44,8 +44,9 @@ public:
      * touched when order is below 0 or above 31.  A second call needs an FFTFree before it. */
     int FFTInitAlloc(int order);
 
-    /* Releases the arrays, also after a failed FFTInitAlloc.  The pointers are null then, and a
-     * second call does nothing. */
+    /* Releases the four arrays, also after a failed FFTInitAlloc.  Their pointers are null then,
+     * and a second call does nothing.  Length, order and pStagePair stay as they were; what
+     * pStagePair points to may be gone. */
     void FFTFree();
 
     /* |z| as the root of re^2 + im^2, in single precision throughout.  [rt] */
@@ -93,8 +94,8 @@ public:
     DCOMPLEX* pTwiddle;      /* N factors, [k] = e^(-2 pi i k / N) */
     DCOMPLEX* pInBuf;        /* N values: complex input of the real transforms */
     DCOMPLEX* pOutBuf;       /* N values: complex output of the real transforms */
-    unsigned nFFTLen;        /* N; 0 before the first FFTInitAlloc, as m */
-    unsigned nFFTOrder;      /* m */
+    unsigned nFFTLen;        /* N; 0 before the first FFTInitAlloc */
+    unsigned nFFTOrder;      /* m; likewise */
 };
 
 #pragma GCC visibility pop
