@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs into a scratch folder and uses the result as a host would: every header alone as
-# C11 and C++17, and the README's example by CMake package, by pkg-config, shared and static.
+# C11 and C++17, and the README's example by CMake package and by pkg-config, shared and static.
+# With the sources as a subdirectory it is configured only: building them once more takes long.
 set -euo pipefail
 source_dir=$1 build_dir=$2 cc=$3 # as CMake calls it
 scratch=$(mktemp -d)
@@ -28,8 +29,9 @@ check() { # PROGRAM: ten blocks in, ten blocks out, and not silence
     [ "$(tr -d '\0' <"$scratch/out.raw" | wc -c)" -gt 6000 ]
 }
 
-cmake -S "$source_dir/tests/consumer" -B "$scratch/consumer" -DEXAMPLE="$example" \
-    -DCMAKE_C_COMPILER="$cc" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+consumer() { cmake -S "$source_dir/tests/consumer" -B "$scratch/$1" -DEXAMPLE="$example" -DCMAKE_C_COMPILER="$cc" "$2" >/dev/null; }
+consumer from_sources -DSOURCES="$source_dir" && [ ! -e "$scratch/from_sources/rsmpl/tests" ]
+consumer consumer -DCMAKE_PREFIX_PATH="$prefix"
 cmake --build "$scratch/consumer" >/dev/null
 for kind in shared static; do check "$scratch/consumer/with_$kind"; done
 
@@ -38,8 +40,10 @@ diff <(sed -nE '/global:/,/local:/s/^ *(\w+|"(.*)");$/\1/p' "$source_dir/cmake/r
     <(nm -DC --defined-only "$build_dir/librsmpl.so" | sed -n 's/.* [BTW] \(.*\)@@.*/\1/p' | sort -u)
 
 libdir=$(dirname "$(find "$prefix" -name librsmpl.a)")
-flags=$(PKG_CONFIG_PATH=$libdir/pkgconfig pkg-config --cflags --libs rsmpl)
-"$cc" -std=c11 "${strict[@]}" "$example" $flags -o "$scratch/by_pkg_config"
-LD_LIBRARY_PATH=$libdir check "$scratch/by_pkg_config"
+for static in "" -static; do
+    flags=$(PKG_CONFIG_PATH=$libdir/pkgconfig pkg-config --cflags --libs ${static:+--static} rsmpl)
+    "$cc" -std=c11 "${strict[@]}" $static "$example" $flags -Wl,-rpath,"$libdir" -o "$scratch/program"
+    check "$scratch/program"
+done
 
 [ ! -e "$build_dir/cli" ] || "$prefix/bin/rsmpl" --version

@@ -249,6 +249,7 @@ TEST(RealTime, CallsNeitherAllocateNorPrintAndNeedLittleStack)
       CALL(Convert_Int32ToInt16(pcm, wide, len, 1), Convert_Int16ToInt32(wide, pcm, len)),
       CALL(Convert_Int16ToInt32_Step(wide, pcm, len, 16)) };
     const long nothing = stack_of([] {});
+    std::printf("bytes of stack, in pairs: by blocks and by steps, weakest level first\n");
     for (const auto& [text, call] : calls) {
         for (int level = 0; level < 2 * rsmpl::available_levels(); ++level) {
             rsmpl::force_level(level / 2, level % 2 == 1);
