@@ -149,11 +149,7 @@ public:
         for (uint64_t row = 0, count; row < filter_.rows; row += count) {
             count = std::min(most, filter_.rows - row);
             const int64_t start = oldest_ - static_cast<int64_t>(row + count - 1);
-            for (uint64_t s = 0; s < streams_; ++s) {
-                const int64_t shift = static_cast<int64_t>(s) * apart;
-                source.copy(shift + start, shift + newest_ + 1 - static_cast<int64_t>(row),
-                            window_ + s, streams_);
-            }
+            fill(source, start, newest_ + 1 - static_cast<int64_t>(row), apart);
             for (uint64_t g = 0; g < groups_; ++g)
                 add_rows(tables, g, row, count, start);
         }
@@ -186,6 +182,20 @@ private:
         counts_[groups_] = count;
         outputs_ += count;
         return true;
+    }
+
+    // Fills the window with inputs [first, end) of every stream; several streams begin at input 0.
+    void fill(const Source& source, int64_t first, int64_t end, int64_t apart)
+    {
+        const int64_t recent = streams_ == 1 ? end : std::clamp(int64_t{0}, first, end);
+        for (uint64_t s = 0; s < streams_; ++s) {
+            const int64_t shift = static_cast<int64_t>(s) * apart;
+            source.copy(shift + first, shift + recent, window_ + s, streams_);
+        }
+        if (recent < end)
+            active_kernels().fir.interleave(
+                window_ + static_cast<uint64_t>(recent - first) * kStreams, source.in + recent,
+                static_cast<uint64_t>(apart), static_cast<uint64_t>(end - recent));
     }
 
     // Adds the products of rows [row, row + count) to group g.  The last row may be one that only
@@ -229,7 +239,7 @@ private:
     uint64_t counts_[kTileGroups];
     Position at_[kTileGroups * kGroup];
     float sums_[kTileGroups * kGroup * kStreams];
-    float window_[kWindow + kStreams]; // the last ones are +0
+    alignas(32) float window_[kWindow + kStreams]; // the last ones are +0
 };
 
 // `frames` frames in each of eight streams, one after the other in `in` and in `out`, which are

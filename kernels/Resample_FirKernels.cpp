@@ -100,9 +100,29 @@ void convolve_streams(float* sums, const float* taps, std::size_t rows, const fl
     }
 }
 
+void interleave(float* window, const float* in, std::size_t apart, std::size_t count)
+{
+    for (std::size_t part = 0; part < kParts; ++part) {
+        const float* const first = in + part * kFloats * apart;
+        float* const to = window + part * kFloats;
+        std::size_t i = 0;
+        for (; count - i >= kFloats; i += kFloats) {
+            Floats samples[kFloats];
+            for (std::size_t s = 0; s < kFloats; ++s)
+                samples[s] = load<Floats>(first + s * apart + i);
+            transpose(samples);
+            for (std::size_t k = 0; k < kFloats; ++k)
+                store(to + kFirStreams * (i + k), samples[k]);
+        }
+        for (; i < count; ++i)
+            for (std::size_t s = 0; s < kFloats; ++s)
+                to[kFirStreams * i + s] = first[s * apart + i];
+    }
+}
+
 } // namespace
 
 extern const FirKernels fir;
-const FirKernels fir = {convolve, convolve_phases, convolve_streams};
+const FirKernels fir = {convolve, convolve_phases, convolve_streams, interleave};
 
 } // namespace rsmpl::RSMPL_LEVEL

@@ -56,6 +56,9 @@ struct FirKernels {
     //     sums[8 k + s] += taps[8 i + k] * window[8 (newest[k] - i) + s].
     void (*convolve_streams)(float* sums, const float* taps, std::size_t rows, const float* window,
                              const std::size_t* newest);
+
+    // Lays eight streams side by side: window[8 i + s] = in[s * apart + i], i < count.
+    void (*interleave)(float* window, const float* in, std::size_t apart, std::size_t count);
 };
 
 inline constexpr std::size_t kFirOutputs = 8;
