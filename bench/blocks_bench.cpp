@@ -157,7 +157,14 @@ std::vector<Job> filters(int level)
     const auto f = std::make_shared<Fir>(kTaps);
     const std::string peer = "two scalar runs";
     const auto naive = naive_filter(f, level);
+    const auto silent = std::make_shared<Fir>(kTaps);
+    std::fill(silent->in.begin(), silent->in.end(), 0.0F);
     return {
+        {"FIRFiltering, silence",
+         kBlock * kTaps,
+         "tap",
+         [=] { FIRFiltering(silent->state, silent->in.data(), silent->out.data(), kBlock); },
+         {}},
         {"FIRFiltering",
          kBlock * kTaps,
          "tap",
@@ -177,6 +184,60 @@ std::vector<Job> filters(int level)
          },
          {{peer, [=] { naive(kBlock); }}}},
     };
+}
+
+// Up by L, down by M through 64 taps for every tick of the slower rate.
+struct Rates {
+    Rates(std::size_t L, std::size_t M, std::size_t frames)
+        : in(noise<float>(M * frames)), out(L * frames)
+    {
+        std::vector<float> taps = noise<float>(64 * std::max(L, M));
+        for (float& tap : taps)
+            tap /= 30000;
+        FIRMRInitAlloc(&state, taps.data(), taps.size(), L, M);
+    }
+    Rates(const Rates&) = delete;
+    Rates& operator=(const Rates&) = delete;
+    ~Rates() { FIRMRFree(state); }
+
+    FIRMRState* state = nullptr;
+    std::vector<float> in, out;
+};
+
+Job rate_job(int L, int M, int frames, bool silent = false)
+{
+    const auto count = static_cast<std::size_t>(frames);
+    const auto r =
+        std::make_shared<Rates>(static_cast<std::size_t>(L), static_cast<std::size_t>(M), count);
+    if (silent)
+        std::fill(r->in.begin(), r->in.end(), 0.0F);
+    return {std::to_string(L) + ":" + std::to_string(M) + ", calls of " +
+                std::to_string(frames * M) + (silent ? ", silence" : ""),
+            frames * M,
+            "input",
+            [=] { FIRMRFiltering(r->state, r->in.data(), r->out.data(), count); },
+            {}};
+}
+
+std::vector<Job> rates(int /*level*/)
+{
+    const auto opened = [] {
+        int enabled = 1;
+        CGeneralResampler resampler;
+        resampler.Init(1, &enabled, 160, 441, 1, 64 * 441, 44100, 0, 8000);
+        resampler.UnInit();
+    };
+    return {rate_job(160, 441, 1),
+            rate_job(160, 441, 10),
+            rate_job(160, 441, 100),
+            rate_job(160, 441, 10, true),
+            rate_job(160, 147, 3),
+            rate_job(160, 147, 30),
+            rate_job(147, 160, 30),
+            rate_job(2, 3, 320),
+            rate_job(3, 2, 160),
+            rate_job(1024, 341, 10),
+            {"open general, 160:441", 1, "opening", opened, {}}};
 }
 
 struct General {
@@ -262,7 +323,7 @@ Job transform(int order)
 std::vector<Job> jobs(int level)
 {
     std::vector<Job> all = converters(level);
-    for (auto* more : {large_converters, filters, general})
+    for (auto* more : {large_converters, filters, rates, general})
         for (Job& job : more(level))
             all.push_back(std::move(job));
     for (const int order : {10, 14})
@@ -301,7 +362,7 @@ void print_blocks(const Minima& minima, int level)
 {
     for (const Job& job : jobs(level)) {
         const double ns = minima.ns(label(job.name, level));
-        std::printf("  %-22s %9.0f ns  %8.3f ns per %-6s", job.name.c_str(), ns, ns / job.units,
+        std::printf("  %-27s %9.0f ns  %8.3f ns per %-7s", job.name.c_str(), ns, ns / job.units,
                     job.unit);
         for (const Peer& peer : job.peers)
             std::printf("  %5.2f times as fast as %s", minima.ns(peer_label(peer, job, level)) / ns,
