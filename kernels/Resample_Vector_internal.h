@@ -5,7 +5,6 @@
 #define RSMPL_RESAMPLE_VECTOR_INTERNAL_H
 
 #include <cmath>
-#include <cstring>
 #include <utility>
 
 #ifdef __aarch64__
@@ -38,19 +37,20 @@ inline constexpr int kFloats = RSMPL_VECTOR_BYTES / sizeof(float);
 inline constexpr int kShorts = RSMPL_VECTOR_BYTES / sizeof(short);
 inline constexpr int kLongs = RSMPL_VECTOR_BYTES / sizeof(long);
 
-// Memory of any alignment.
+// Memory of any alignment.  As builtins, which the checks of a hardened std::memcpy don't reach: with
+// clang they cost a quarter of the FFT's speed.
 template <typename Vector, typename T>
 [[gnu::always_inline]] inline Vector load(const T* from)
 {
     Vector v;
-    std::memcpy(&v, from, sizeof v);
+    __builtin_memcpy(&v, from, sizeof v);
     return v;
 }
 
 template <typename Vector, typename T>
 [[gnu::always_inline]] inline void store(T* to, Vector v)
 {
-    std::memcpy(to, &v, sizeof v);
+    __builtin_memcpy(to, &v, sizeof v);
 }
 
 #if defined(__FMA__) || defined(__aarch64__)
