@@ -37,8 +37,8 @@ inline constexpr int kFloats = RSMPL_VECTOR_BYTES / sizeof(float);
 inline constexpr int kShorts = RSMPL_VECTOR_BYTES / sizeof(short);
 inline constexpr int kLongs = RSMPL_VECTOR_BYTES / sizeof(long);
 
-// Memory of any alignment.  As builtins, which the checks of a hardened std::memcpy don't reach: with
-// clang they cost a quarter of the FFT's speed.
+// Memory of any alignment.  As builtins, which the checks of a hardened std::memcpy don't reach:
+// with clang they cost a quarter of the FFT's speed.
 template <typename Vector, typename T>
 [[gnu::always_inline]] inline Vector load(const T* from)
 {
