@@ -128,8 +128,8 @@ float signed_zero(const Polyphase& filter, const float* taps, const Source& sour
 class Tile
 {
 public:
-    // The outputs of each stream from `first` on, where a group begins: as many as fit, before
-    // `end`. cppcheck-suppress uninitMemberVar ; the rest is written before it is read
+    // From `first` on, where a group begins, as many outputs of each stream as fit, before `end`.
+    // cppcheck-suppress uninitMemberVar ; the rest is written before it is read
     Tile(const Polyphase& filter, uint64_t streams, uint64_t first, uint64_t end)
         : filter_(filter), streams_(streams), room_(kWindow / streams),
           first_group_(first % filter.pattern / kGroup), oldest_(position(filter, first).input)

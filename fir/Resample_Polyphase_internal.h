@@ -24,7 +24,8 @@ struct Polyphase {
     // its outputs are not so far apart that the scratch could not hold their inputs.
     static bool serves(std::uint64_t length, std::uint64_t L, std::uint64_t M);
 
-    Polyphase(std::uint64_t length, std::uint64_t L, std::uint64_t M); // that is served
+    // Of that many taps, and a ratio that is served.
+    Polyphase(std::uint64_t taps, std::uint64_t up, std::uint64_t down);
 
     // Floats in the tables; 0 when 64 bits can't count them.
     std::uint64_t table_size() const;
@@ -34,7 +35,7 @@ struct Polyphase {
     static bool usable(const float* tables);
 
     std::uint64_t length, L, M;
-    std::uint64_t rows;    // taps of every phase; the first length % L phases have one more
+    std::uint64_t rows; // taps of a phase; where length % L is not 0 the last is only of that many
     std::uint64_t pattern; // outputs after which tables repeat, whole frames
     std::uint64_t groups;  // tables
 };
