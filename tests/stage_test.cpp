@@ -29,6 +29,8 @@ TEST(Stages, InitialisersClearTheContextAndFillTheTable)
     }
 }
 
+extern "C" unsigned cpu_model[4] asm("__cpu_model"); // the compiler's, where __x86_64__
+
 TEST(Levels, AreAllThereAndTheBestIsInUse)
 {
     int levels = 1;
@@ -36,11 +38,18 @@ TEST(Levels, AreAllThereAndTheBestIsInUse)
 #ifdef __x86_64__
     by_blocks = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
     levels += by_blocks;
+    for (const unsigned feature : {1U << 10U, 1U << 14U}) { // AVX2 and FMA: both are needed
+        const unsigned features = std::exchange(cpu_model[3], cpu_model[3] & ~feature);
+        EXPECT_EQ(rsmpl::available_levels(), 1);
+        cpu_model[3] = features;
+    }
 #endif
     ASSERT_EQ(rsmpl::available_levels(), levels);
     EXPECT_STREQ(rsmpl::active_kernels().level, levels == 1 ? "baseline" : "avx2");
+    rsmpl::StageKernel* const at_load = rsmpl::active_kernels().iir.downsample1_3;
     rsmpl::force_level(levels - 1);
     rsmpl::StageKernel* const fastest = rsmpl::active_kernels().iir.downsample1_3;
+    EXPECT_EQ(at_load, fastest);
     rsmpl::force_level(levels - 1, true);
     EXPECT_EQ(rsmpl::active_kernels().iir.downsample1_3 != fastest, by_blocks);
     rsmpl::force_level(0);
