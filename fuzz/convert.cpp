@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t count = 9 + input.size(input.once_in(8) ? 1500 : 80);
     const int extreme[] = {INT_MIN, INT_MAX, input.any<int>()};
     const int sf = input.once_in(8) ? extreme[input.between(0, 2)] : input.between(-160, 160);
-    const int mode = input.once_in(4) ? input.any<int>() : input.between(0, 1);
+    const int mode = input.once_in(4) ? input.any<int>() : input.between(-1, 3);
     const int step = input.between(-5, 5);
     const float scale = factor(sf);
     const auto shorts = input.several<short>(count);

@@ -21,12 +21,13 @@ inline void check(bool holds, const char* file = __builtin_FILE(), int line = __
     std::abort();
 }
 
-// Products and sums of these are ties and near ties, or vanish; the last four overflow or are not
-// finite.
+// Products and sums of these are ties and near ties, or vanish; a half makes integers of the next
+// four, and an int can't hold the fifth; the last four overflow or are not finite.
 constexpr float kSpecial[] = {
-    1,         0x1.8p0F,    0x1.000002p0F,   -0x1.fffffep0F,   0x1p-12F,
-    0x1p-126F, 0x1.8p-149F, 0x1.fffffcp-25F, -0x1.000002p-24F, -0x1.4p-74F,
-    -0.0F,     0x1p127F,    -0x1p127F,       -INFINITY,        NAN};
+    1,         0x1.8p0F,       0x1.000002p0F,   -0x1.fffffep0F,   0x1p-12F,
+    0x1p-126F, 0x1.8p-149F,    0x1.fffffcp-25F, -0x1.000002p-24F, -0x1.4p-74F,
+    -0.0F,     0x1.fffffep-2F, -0x1.fffffep-2F, 32766.5F,         -32767.5F,
+    0x1p31F,   0x1p127F,       -0x1p127F,       -INFINITY,        NAN};
 
 class Input
 {
@@ -75,10 +76,10 @@ public:
             return several<float>(count);
         Floats values(count);
         for (float& value : values) {
-            const int draw = between(0, 399), specials = kind == 1 ? 11 : 15;
+            const int draw = between(0, 399), specials = kind == 1 ? 16 : 20;
             value = static_cast<float>(any<int>()) * 0x1p-18F;
             if ((kind == 1 || kind == 2) && draw < 10 * specials)
-                value = kSpecial[draw % (draw < 110 ? 11 : 15)];
+                value = kSpecial[draw % specials];
             else if (kind == 4 && draw > 0)
                 value = 0;
             else if (kind == 5)
