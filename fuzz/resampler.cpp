@@ -5,8 +5,6 @@
 #include "fir/Resample_GeneralResampler.h"
 #include "fuzz/input.h"
 
-#include <cstddef>
-
 namespace
 {
 
@@ -81,10 +79,6 @@ void check_empty(CGeneralResampler& resampler)
     check(resampler.ResampleOneBlock(no_rows) + resampler.ResampleOneBlock(no_samples) == 0);
     check(resampler.GetInt16Output() == nullptr && resampler.GetFloatOutput() == nullptr);
 }
-
-static_assert(offsetof(CGeneralResampler, m_outputLen) == 20 &&
-              offsetof(CGeneralResampler, m_scratch) == 40 &&
-              offsetof(CGeneralResampler, m_flags) == 48);
 
 } // namespace
 

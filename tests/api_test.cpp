@@ -2,8 +2,10 @@
 #include "fir/Resample_FIRFiltering.h"
 #include "fir/Resample_GeneralResampler.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
+#include "spectral/Resample_CFFT.h"
 #include "tests/common.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <thread>
@@ -11,8 +13,24 @@
 namespace
 {
 
-TEST(PublicCalls, HandleHoldsItsFieldsInOrderAndAGeneralResampler)
+#define AT(record, field, offset) (offsetof(record, field) == (offset))
+
+// Hosts have been compiled against them.
+TEST(PublicCalls, RecordsHoldTheirFieldsInOrderAndHandlesAGeneralResampler)
 {
+    using R = CGeneralResampler;
+    using D = CGeneralFIRDesigner;
+    using M = FIRMRState;
+    EXPECT_TRUE(AT(FIRState, delay, 8) && AT(FIRState, length, 16) && AT(FIRState, index, 24));
+    EXPECT_TRUE(AT(M, delay, 8) && AT(M, length, 16) && AT(M, up, 24) && AT(M, down, 32));
+    EXPECT_TRUE(AT(R, m_frames, 12) && AT(R, m_inputLen, 16) && AT(R, m_outputLen, 20) &&
+                AT(R, m_floatOut, 24) && AT(R, m_int16Out, 32) && AT(R, m_scratch, 40) &&
+                AT(R, m_flags, 48));
+    EXPECT_TRUE(AT(D, m_fftSize, 4) && AT(D, m_fftOrder, 8) && AT(D, m_numBins, 12) &&
+                AT(D, m_timeBuf, 16) && AT(D, m_spectrum, 24) && AT(D, m_magnitude, 32) &&
+                AT(D, m_phase, 40) && AT(D, m_window, 48));
+    EXPECT_TRUE(AT(CFFT, pScratch, 16) && AT(CFFT, pTwiddle, 24) && AT(CFFT, pInBuf, 32) &&
+                AT(CFFT, pOutBuf, 40) && AT(CFFT, nFFTLen, 48));
     using Words = std::vector<std::uint64_t>;
     for (const int out_rate : {16000, 1001, 100, -16000}) {
         resample_handle* handle = resample_init(3, 3 * out_rate, out_rate, 1000);
