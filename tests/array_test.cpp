@@ -64,12 +64,17 @@ TYPED_TEST(Arrays, SizesBeyondMemoryAreRefused)
     EXPECT_THROW(iCalloc(ppp, 1, kTooMany, 1), std::bad_array_new_length);
 }
 
-TEST(Filters, OfImpossibleLengthCanBeReleased)
+// A block that is cut to 32 bits ends before it leaves memory.
+TEST(Filters, OfImpossibleLengthCanBeReleasedAndBlocksCanNotBeFiltered)
 {
+    float block[2] = {};
     FIRState* state = nullptr;
     EXPECT_THROW(FIRInitAlloc(&state, nullptr, (1UL << 61U) - 1, nullptr),
                  std::bad_array_new_length);
     EXPECT_NE(state, nullptr);
+    FIRFree(state);
+    FIRInitAlloc(&state, block, 2, block);
+    EXPECT_DEATH(FIRFiltering(state, block, block, (1UL << 32U) + 2), "");
     FIRFree(state);
     FIRFree(nullptr);
     FIRMRFree(nullptr);

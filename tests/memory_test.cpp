@@ -21,13 +21,14 @@ static struct {
     int until_failure = 0; // the allocation that fails, counted down; none when below 1
     int calls = 0;         // of any function below
     int live = 0;
-    std::size_t bytes = 0;
+    std::size_t bytes = 0, largest = 0;
 } heap;
 
 static bool fails(std::size_t size)
 {
     heap.calls += heap.watched;
-    if (!heap.watched || --heap.until_failure == 0)
+    heap.largest = heap.watched ? std::max(heap.largest, size) : heap.largest;
+    if (!heap.watched || --heap.until_failure == 0 || size > 1U << 30U)
         return heap.watched;
     ++heap.live;
     heap.bytes += size;
@@ -104,7 +105,9 @@ static bool use_building_blocks()
     CGeneralFIRDesigner designer;
     const int a = iCalloc(p, 3), b = iCalloc(pp, 2, 5), c = iCalloc(ppp, 3, 2, 5);
     const int d = FIRInitAlloc(&one, taps, 3, taps), e = FIRMRInitAlloc(&several, taps, 3, 1, 3);
-    const int f = fft.FFTInitAlloc(3), g = designer.Init(65, WIN_HAMMING);
+    const int next = heap.until_failure, before = heap.live, f = fft.FFTInitAlloc(3);
+    EXPECT_EQ(heap.live - before, next < 1 ? 4 : std::min(next - 1, 4)) << "what it had remains";
+    const int g = designer.Init(65, WIN_HAMMING);
     EXPECT_TRUE(a == (p != nullptr) && b == (pp != nullptr) && c == (ppp != nullptr));
     EXPECT_TRUE(d == (one != nullptr && one->length == 3) && f == (fft.pOutBuf != nullptr));
     EXPECT_TRUE(e == (several != nullptr && several->length == 3));
@@ -155,16 +158,28 @@ TEST(Allocation, FailureAnywhereIsToldAndReleasesEverything)
         EXPECT_EQ(allocations_of([=] { return open_and_close(channels, 48000); }),
                   3 + 1 + general + (3 + 3) * channels);
     EXPECT_LE(heap.bytes, 16U << 10U) << "for a mono handle";
-    short** rows = nullptr; // the largest sizes that do not throw
-    FIRState* state = nullptr;
-    EXPECT_FALSE(iCalloc(rows, (1UL << 60U) - 1, 1));
-    EXPECT_EQ(FIRInitAlloc(&state, nullptr, (1UL << 61U) - 2, nullptr), 0);
-    FIRFree(state);
     heap = {true};
     EXPECT_FALSE(open_and_close(1, 44100));
     EXPECT_EQ(CFFT().FFTInitAlloc(0), 1);
     heap.watched = false;
     EXPECT_EQ(heap.live, 1 + 4) << "a refused rate keeps its record, a transform's end its arrays";
+}
+
+// Asked for in full, also the most that does not throw.
+TEST(Allocation, SizesBeyond32BitsAreNotCut)
+{
+    const auto largest_of = [](auto call) {
+        allocations_of([&] { return call(), heap.largest >> 32U != 0; });
+        return heap.largest;
+    };
+    constexpr unsigned long most = (1UL << 61U) - 2, most_rows = (1UL << 60U) - 1;
+    bool *p, **pp;
+    FIRState* f;
+    EXPECT_EQ(largest_of([&] { iCalloc(p, 1UL << 32U); }), (1UL << 32U) + 64);
+    EXPECT_EQ(largest_of([&] { iCalloc(pp, 4, 1UL << 31U); }), (1UL << 33U) + 64);
+    EXPECT_EQ(largest_of([&] { iCalloc(pp, most_rows, 1); }), 8 * most_rows);
+    EXPECT_EQ(largest_of([&] { FIRInitAlloc(&f, nullptr, most, nullptr), FIRFree(f); }), 4 * most);
+    EXPECT_EQ(largest_of([] { CFFT().FFTInitAlloc(31); }), 1UL << 34U);
 }
 
 using Call = std::pair<const char*, void (*)()>;
@@ -211,10 +226,10 @@ TEST(RealTime, CallsNeitherAllocateNorPrintAndNeedLittleStack)
     static CGeneralResampler general;
     static CFFT fft;
     static FIRState* one;
-    static FIRMRState* several;
+    static FIRMRState *several, *up;
     static resample_handle* handle = resample_init(16, 48000, 16000, len);
     FIRInitAlloc(&one, in, taps, in);
-    FIRMRInitAlloc(&several, in, taps, 2, 3);
+    FIRMRInitAlloc(&several, in, taps, 2, 3), FIRMRInitAlloc(&up, in, taps, 3, 2);
     general.Init(1, &enabled, 2, 3, len / 3, taps, 48000, 100, 7000);
     general.ResampleOneBlock(pcm); // the first allocates
     fft.FFTInitAlloc(10);
@@ -223,13 +238,11 @@ TEST(RealTime, CallsNeitherAllocateNorPrintAndNeedLittleStack)
       CALL(RSMPL_GetContextSize(), RSMPL_InitContext(ctx), RSMPL_Reset(ctx)),
       CALL(for (code = 0; code < 5; ++code) RSMPL_Down(ctx, in, out, len, code)),
       CALL(for (code = 0; code < 5; ++code) RSMPL_Up(ctx, in, out, 160, code)),
-      CALL(for (const Stage& stage
-                : kStages) stage.init(ctx)),
-      CALL(for (code = 0; code < 5; ++code) kStages[code].run(in, out, ctx, len)),
-      CALL(for (code = 5; code < 10; ++code) kStages[code].run(in, out, ctx, len)),
-      CALL(FIRFiltering(one, in, out, len)),
+      CALL(for (code = 0; code < 10; ++code) kStages[code].init(ctx)),
+      CALL(for (code = 0; code < 10; ++code) kStages[code].run(in, out, ctx, len)),
+      CALL(FIRFiltering(one, in, out, len), FIRFiltering(one, out, out, len)),
       CALL(FIRGetDlyLine(one, out)),
-      CALL(FIRMRFiltering(several, in, out, len / 3)),
+      CALL(FIRMRFiltering(several, in, out, len / 3), FIRMRFiltering(up, in, out, len / 2)),
       CALL(FIRFiltering_Direct(in, out, len, in, taps, line, &position)),
       CALL(general.ResampleOneBlock(rows)),
       CALL(general.ResampleOneBlock(pcm)),
