@@ -226,10 +226,11 @@ TEST(RealTime, CallsNeitherAllocateNorPrintAndNeedLittleStack)
     static CGeneralResampler general;
     static CFFT fft;
     static FIRState* one;
-    static FIRMRState *several, *up;
+    static FIRMRState* several[3];
     static resample_handle* handle = resample_init(16, 48000, 16000, len);
     FIRInitAlloc(&one, in, taps, in);
-    FIRMRInitAlloc(&several, in, taps, 2, 3), FIRMRInitAlloc(&up, in, taps, 3, 2);
+    FIRMRInitAlloc(&several[0], in, taps, 2, 3), FIRMRInitAlloc(&several[1], in, taps, 3, 2);
+    FIRMRInitAlloc(&several[2], in, taps, 1, 3);
     general.Init(1, &enabled, 2, 3, len / 3, taps, 48000, 100, 7000);
     general.ResampleOneBlock(pcm); // the first allocates
     fft.FFTInitAlloc(10);
@@ -242,7 +243,7 @@ TEST(RealTime, CallsNeitherAllocateNorPrintAndNeedLittleStack)
       CALL(for (code = 0; code < 10; ++code) kStages[code].run(in, out, ctx, len)),
       CALL(FIRFiltering(one, in, out, len), FIRFiltering(one, out, out, len)),
       CALL(FIRGetDlyLine(one, out)),
-      CALL(FIRMRFiltering(several, in, out, len / 3), FIRMRFiltering(up, in, out, len / 2)),
+      CALL(for (code = 0; code < 3; ++code) FIRMRFiltering(several[code], in, out, len / 3)),
       CALL(FIRFiltering_Direct(in, out, len, in, taps, line, &position)),
       CALL(general.ResampleOneBlock(rows)),
       CALL(general.ResampleOneBlock(pcm)),
