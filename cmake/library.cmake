@@ -34,7 +34,8 @@ function(rsmpl_kernel_level level)
         kernels/Resample_ConvertKernels.cpp
         kernels/Resample_FftKernels.cpp
         kernels/Resample_FirKernels.cpp
-        kernels/Resample_IirKernels.cpp)
+        kernels/Resample_IirKernels.cpp
+        kernels/Resample_LevelKernels.cpp)
     target_compile_definitions(rsmpl_kernels_${level} PRIVATE RSMPL_LEVEL=${level})
     target_compile_options(rsmpl_kernels_${level} PRIVATE
         $<${optimised}:-O3> -fno-tree-slp-vectorize ${ARGN})

@@ -1,5 +1,5 @@
-// The stages are one kernel with two numbers, the zeros it inserts and the step it keeps; what
-// is left to do here is the tables and, for interpolators, the staging of the input.
+// What a stage is, the kernels know; what is left to do here is the tables and, for interpolators,
+// the staging of the input.
 //
 // A table may be rewritten, with the values it already has, while another thread reads it, so
 // that both sides are relaxed atomic accesses: plain moves on the processor, and no data race.
@@ -24,13 +24,15 @@ namespace
 
 using rsmpl::active_kernels;
 using rsmpl::CoefficientTable;
-using rsmpl::kDesign2;
-using rsmpl::kDesign3;
-using rsmpl::kDesign4;
-using rsmpl::kDesign6;
-using rsmpl::StageKernel;
+using rsmpl::StageIndex;
 
 constexpr int kStagedInputs = 960;
+
+// Where hosts see the coefficients of each stage.
+constexpr CoefficientTable* kTables[rsmpl::kStageCount] = {
+    &s_FiltCoeffs_3_2, &s_FiltCoeffs_2_1, &s_FiltCoeffs_3_1, &s_FiltCoeffs_4_1, &s_FiltCoeffs_6_1,
+    &s_FiltCoeffs_3_2, &s_FiltCoeffs_2_1, &s_FiltCoeffs_3_1, &s_FiltCoeffs_4_1, &s_FiltCoeffs_6_1,
+};
 
 float load_relaxed(const float& from)
 {
@@ -44,44 +46,42 @@ void store_relaxed(float& to, float value)
     __atomic_store(&to, &value, __ATOMIC_RELAXED);
 }
 
-float* initialise(float* ctx, CoefficientTable& table, const CoefficientTable& design)
+float* initialise(StageIndex stage, float* ctx)
 {
     rsmpl::clear_context(ctx);
     for (int i = 0; i < kTableSize; ++i)
-        store_relaxed(table[i], design[i]);
+        store_relaxed((*kTables[stage])[i], rsmpl::kStages[stage].coefficients[i]);
     return ctx;
 }
 
 struct Coefficients {
-    explicit Coefficients(const CoefficientTable& table)
+    explicit Coefficients(StageIndex stage)
     {
         for (int i = 0; i < kTableSize; ++i)
-            values[i] = load_relaxed(table[i]);
+            values[i] = load_relaxed((*kTables[stage])[i]);
     }
 
     CoefficientTable values;
 };
 
-void decimate(StageKernel* kernel, const CoefficientTable& table, const float* in, float* out,
-              float* ctx, int len)
+void decimate(StageIndex stage, const float* in, float* out, float* ctx, int len)
 {
     if (len > 0)
-        kernel(Coefficients(table).values, in, out, ctx + 1, len);
+        active_kernels().iir.stage[stage](Coefficients(stage).values, in, out, ctx + 1, len);
 }
 
 // Outputs overtake inputs, so the filter reads from a copy.  Pieces are a whole number of
 // groups for every stage.
-void interpolate(StageKernel* kernel, const CoefficientTable& table, int insertion, int kept,
-                 const float* in, float* out, float* ctx, int len)
+void interpolate(StageIndex stage, const float* in, float* out, float* ctx, int len)
 {
-    const Coefficients coefficients(table);
+    const Coefficients coefficients(stage);
     float staged[kStagedInputs];
     while (len > 0) {
         const int piece = std::min(len, kStagedInputs);
         std::memcpy(staged, in, static_cast<std::size_t>(piece) * sizeof *in);
-        kernel(coefficients.values, staged, out, ctx + 1, piece);
+        active_kernels().iir.stage[stage](coefficients.values, staged, out, ctx + 1, piece);
         in += piece;
-        out += piece * insertion / kept;
+        out += piece * rsmpl::kStages[stage].insertion / rsmpl::kStages[stage].kept;
         len -= piece;
     }
 }
@@ -90,91 +90,100 @@ void interpolate(StageKernel* kernel, const CoefficientTable& table, int inserti
 
 float* InitDownsample1_2(float* ctx)
 {
-    return initialise(ctx, s_FiltCoeffs_2_1, kDesign2);
+    return initialise(rsmpl::kDownsample1_2, ctx);
 }
+
 float* InitDownsample2_3(float* ctx)
 {
-    return initialise(ctx, s_FiltCoeffs_3_2, kDesign3);
+    return initialise(rsmpl::kDownsample2_3, ctx);
 }
+
 float* InitDownsample1_3(float* ctx)
 {
-    return initialise(ctx, s_FiltCoeffs_3_1, kDesign3);
+    return initialise(rsmpl::kDownsample1_3, ctx);
 }
+
 float* InitDownsample1_4(float* ctx)
 {
-    return initialise(ctx, s_FiltCoeffs_4_1, kDesign4);
+    return initialise(rsmpl::kDownsample1_4, ctx);
 }
+
 float* InitDownsample1_6(float* ctx)
 {
-    return initialise(ctx, s_FiltCoeffs_6_1, kDesign6);
+    return initialise(rsmpl::kDownsample1_6, ctx);
 }
+
 float* InitUpsample2_1(float* ctx)
 {
-    return initialise(ctx, s_FiltCoeffs_2_1, kDesign2);
+    return initialise(rsmpl::kUpsample2_1, ctx);
 }
+
 float* InitUpsample3_2(float* ctx)
 {
-    return initialise(ctx, s_FiltCoeffs_3_2, kDesign3);
+    return initialise(rsmpl::kUpsample3_2, ctx);
 }
+
 float* InitUpsample3_1(float* ctx)
 {
-    return initialise(ctx, s_FiltCoeffs_3_1, kDesign3);
+    return initialise(rsmpl::kUpsample3_1, ctx);
 }
+
 float* InitUpsample4_1(float* ctx)
 {
-    return initialise(ctx, s_FiltCoeffs_4_1, kDesign4);
+    return initialise(rsmpl::kUpsample4_1, ctx);
 }
+
 float* InitUpsample6_1(float* ctx)
 {
-    return initialise(ctx, s_FiltCoeffs_6_1, kDesign6);
+    return initialise(rsmpl::kUpsample6_1, ctx);
 }
 
 void Downsample1_2(const float* in, float* out, float* ctx, int len)
 {
-    decimate(active_kernels().iir.downsample1_2, s_FiltCoeffs_2_1, in, out, ctx, len);
+    decimate(rsmpl::kDownsample1_2, in, out, ctx, len);
 }
 
 void Downsample2_3(const float* in, float* out, float* ctx, int len)
 {
-    decimate(active_kernels().iir.downsample2_3, s_FiltCoeffs_3_2, in, out, ctx, len);
+    decimate(rsmpl::kDownsample2_3, in, out, ctx, len);
 }
 
 void Downsample1_3(const float* in, float* out, float* ctx, int len)
 {
-    decimate(active_kernels().iir.downsample1_3, s_FiltCoeffs_3_1, in, out, ctx, len);
+    decimate(rsmpl::kDownsample1_3, in, out, ctx, len);
 }
 
 void Downsample1_4(const float* in, float* out, float* ctx, int len)
 {
-    decimate(active_kernels().iir.downsample1_4, s_FiltCoeffs_4_1, in, out, ctx, len);
+    decimate(rsmpl::kDownsample1_4, in, out, ctx, len);
 }
 
 void Downsample1_6(const float* in, float* out, float* ctx, int len)
 {
-    decimate(active_kernels().iir.downsample1_6, s_FiltCoeffs_6_1, in, out, ctx, len);
+    decimate(rsmpl::kDownsample1_6, in, out, ctx, len);
 }
 
 void Upsample2_1(const float* in, float* out, float* ctx, int len)
 {
-    interpolate(active_kernels().iir.upsample2_1, s_FiltCoeffs_2_1, 2, 1, in, out, ctx, len);
+    interpolate(rsmpl::kUpsample2_1, in, out, ctx, len);
 }
 
 void Upsample3_2(const float* in, float* out, float* ctx, int len)
 {
-    interpolate(active_kernels().iir.upsample3_2, s_FiltCoeffs_3_2, 3, 2, in, out, ctx, len);
+    interpolate(rsmpl::kUpsample3_2, in, out, ctx, len);
 }
 
 void Upsample3_1(const float* in, float* out, float* ctx, int len)
 {
-    interpolate(active_kernels().iir.upsample3_1, s_FiltCoeffs_3_1, 3, 1, in, out, ctx, len);
+    interpolate(rsmpl::kUpsample3_1, in, out, ctx, len);
 }
 
 void Upsample4_1(const float* in, float* out, float* ctx, int len)
 {
-    interpolate(active_kernels().iir.upsample4_1, s_FiltCoeffs_4_1, 4, 1, in, out, ctx, len);
+    interpolate(rsmpl::kUpsample4_1, in, out, ctx, len);
 }
 
 void Upsample6_1(const float* in, float* out, float* ctx, int len)
 {
-    interpolate(active_kernels().iir.upsample6_1, s_FiltCoeffs_6_1, 6, 1, in, out, ctx, len);
+    interpolate(rsmpl::kUpsample6_1, in, out, ctx, len);
 }

@@ -1,4 +1,4 @@
-/* Resample_Designs_internal.h - the filters of the ten stages. */
+/* Resample_Designs_internal.h - the ten stages, and their filters. */
 #ifndef RSMPL_RESAMPLE_DESIGNS_INTERNAL_H
 #define RSMPL_RESAMPLE_DESIGNS_INTERNAL_H
 
@@ -44,22 +44,32 @@ inline constexpr CoefficientTable kDesign6 = {
     0.0394040346F,  0.0160131454F, -1.73873293F,
 };
 
-// That of the stage which inserts zeros up to L times the rate and keeps every M-th step.
-template <std::size_t L, std::size_t M>
-[[gnu::always_inline]] constexpr const CoefficientTable& design()
-{
-    constexpr std::size_t kRatio = L > M ? L : M;
-    if constexpr (kRatio == 2)
-        return kDesign2;
-    else if constexpr (kRatio == 3)
-        return kDesign3;
-    else if constexpr (kRatio == 4)
-        return kDesign4;
-    else {
-        static_assert(kRatio == 6);
-        return kDesign6;
-    }
-}
+// Decimators, then interpolators, each in the order of their ratio codes.
+enum StageIndex : std::size_t {
+    kDownsample2_3,
+    kDownsample1_2,
+    kDownsample1_3,
+    kDownsample1_4,
+    kDownsample1_6,
+    kUpsample3_2,
+    kUpsample2_1,
+    kUpsample3_1,
+    kUpsample4_1,
+    kUpsample6_1,
+    kStageCount
+};
+
+struct StageDesign {
+    int insertion; // L: zeros are inserted up to that many times the rate
+    int kept;      // M: every M-th step is kept
+    const CoefficientTable& coefficients;
+};
+
+// The one place that says what a stage is.
+inline constexpr StageDesign kStages[kStageCount] = {
+    {2, 3, kDesign3}, {1, 2, kDesign2}, {1, 3, kDesign3}, {1, 4, kDesign4}, {1, 6, kDesign6},
+    {3, 2, kDesign3}, {2, 1, kDesign2}, {3, 1, kDesign3}, {4, 1, kDesign4}, {6, 1, kDesign6},
+};
 
 } // namespace rsmpl
 

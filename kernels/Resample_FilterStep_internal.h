@@ -25,13 +25,13 @@ struct Section {
     double a_minus_c;
 };
 
+// Of a stage, in double precision.
 struct Cascade {
     double gain;
     Section section[kSections];
 };
 
-// The coefficients of a stage that inserts zeros up to `insertion` times the rate.
-[[gnu::always_inline]] constexpr Cascade widen(const CoefficientTable& table, std::size_t insertion)
+[[gnu::always_inline]] constexpr Cascade widen(const CoefficientTable& table, int insertion)
 {
     Cascade cascade{};
     cascade.gain = static_cast<float>(insertion) * table[0];

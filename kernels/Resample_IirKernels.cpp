@@ -1,3 +1,17 @@
+// The stages: zeros inserted up to L times the rate, four sections one after another, every M-th
+// value kept.  A section with memory (p, q) takes x to w,
+//
+//     w = x + A p + B q,   p' = w - (C p + q),   q' = p
+//
+// and a stage the memory s of all four and a block of inputs x, by a matrix, to the block's outputs
+// and the memory after it:
+//
+//     [s'; y] = sum over c of column(c) s_c + sum over i of column(8 + i) x_i
+//
+// Such blocks take most of a call; the filter step takes what is left of it, and all of it where
+// the matrix would be wrong: with other coefficients than its own, or from a value on that is not
+// finite.  The memory stays in the step's form and in double precision all through a call, so that
+// either can go on where the other has stopped.
 #include "kernels/Resample_Kernels_internal.h"
 #include "kernels/Resample_StageMap_internal.h"
 #include "kernels/Resample_Vector_internal.h"
@@ -31,7 +45,7 @@ template <typename From, typename To>
         to[i] = static_cast<To>(from[i]);
 }
 
-[[gnu::noinline]] Cascade load_cascade(const CoefficientTable& table, std::size_t insertion)
+[[gnu::noinline]] Cascade load_cascade(const CoefficientTable& table, int insertion)
 {
     return widen(table, insertion);
 }
@@ -223,10 +237,10 @@ private:
 
     // Adds the inputs' share to the outputs and delivers.  With a stage's own map the bounds are
     // known to the compiler, group by group: more code, a sixth less time.
-    template <std::size_t L, std::size_t M>
-    [[gnu::noinline]] void run_outputs(const StageMap<L, M>& map, float* out)
+    template <StageIndex S>
+    [[gnu::noinline]] void run_outputs(const StageMap<S>& map, float* out)
     {
-        run_groups(map, out, std::make_index_sequence<StageMap<L, M>::outputs() / kRows>());
+        run_groups(map, out, std::make_index_sequence<StageMap<S>::outputs() / kRows>());
     }
 
     [[gnu::noinline]] void run_outputs(const AnyStageMap& map, float* out)
@@ -273,8 +287,9 @@ private:
     double y_[Blocks][kMostOutputs];
 };
 
-struct Stream {
-    Stream(const float* from, float* to, int count) : in(from), out(to), len(count) {}
+// What is left of a call.
+struct Rest {
+    Rest(const float* from, float* to, int count) : in(from), out(to), len(count) {}
 
     const float* in;
     float* out;
@@ -285,19 +300,20 @@ constexpr std::size_t kTile = 10 * std::size_t{kDoubles} / kRows;
 
 // As many tiles as there are, or until one is not finite.
 template <std::size_t Blocks, typename Map>
-[[gnu::noinline]] void run_tiles(const Map& map, Stream& stream, double* memory)
+[[gnu::noinline]] void run_tiles(const Map& map, Rest& rest, double* memory)
 {
     Tile<Blocks> tile;
     const int inputs = static_cast<int>(Blocks * map.inputs());
-    while (stream.len >= inputs && tile.run(map, stream.in, stream.out, memory)) {
-        stream.in += inputs;
-        stream.out += Blocks * map.outputs();
-        stream.len -= inputs;
+    while (rest.len >= inputs && tile.run(map, rest.in, rest.out, memory)) {
+        rest.in += inputs;
+        rest.out += Blocks * map.outputs();
+        rest.len -= inputs;
     }
 }
 
 // The exported table is all zero until it is initialised.
-[[gnu::noinline]] bool is_same(const CoefficientTable& table, const CoefficientTable& design)
+[[maybe_unused, gnu::noinline]] bool is_same(const CoefficientTable& table,
+                                             const CoefficientTable& design)
 {
     for (int i = 0; i < kTableSize; ++i)
         if (table[i] != design[i])
@@ -305,35 +321,41 @@ template <std::size_t Blocks, typename Map>
     return true;
 }
 
-template <std::size_t L, std::size_t M, bool ByBlocks>
+template <StageIndex S>
+[[gnu::always_inline]] inline void run_blocks(Rest& rest, double* memory)
+{
+    const StageMap<S> map;
+    run_tiles<kTile>(map, rest, memory);
+    run_tiles<1>(AnyStageMap(map), rest, memory);
+}
+
+template <StageIndex S, bool ByBlocks>
 void run_stage(const CoefficientTable& table, const float* in, float* out, float* memory, int len)
 {
-    Stream stream(in, out, len);
+    constexpr const StageDesign& kStage = kStages[S];
+    Rest rest(in, out, len);
     double s[kMemory];
     convert(memory, kMemory, s);
-    if (ByBlocks && is_same(table, design<L, M>())) {
-        if constexpr (ByBlocks) {
-            const StageMap<L, M> map(stage_rows<L, M>());
-            run_tiles<kTile>(map, stream, s);
-            run_tiles<1>(AnyStageMap(map), stream, s);
-        }
+    if constexpr (ByBlocks) {
+        if (is_same(table, kStage.coefficients))
+            run_blocks<S>(rest, s);
     }
-    run_steps<int{L}, int{M}>(table, stream.in, stream.out, s, stream.len);
+    run_steps<kStage.insertion, kStage.kept>(table, rest.in, rest.out, s, rest.len);
     convert(s, kMemory, memory);
 }
 
-template <bool ByBlocks>
-constexpr IirKernels kStages = {
-    run_stage<1, 2, ByBlocks>, run_stage<2, 3, ByBlocks>, run_stage<1, 3, ByBlocks>,
-    run_stage<1, 4, ByBlocks>, run_stage<1, 6, ByBlocks>, run_stage<2, 1, ByBlocks>,
-    run_stage<3, 2, ByBlocks>, run_stage<3, 1, ByBlocks>, run_stage<4, 1, ByBlocks>,
-    run_stage<6, 1, ByBlocks>,
-};
+template <bool ByBlocks, std::size_t... S>
+constexpr IirKernels all_stages(std::index_sequence<S...> /*all*/)
+{
+    return {{run_stage<StageIndex{S}, ByBlocks>...}};
+}
+
+using All = std::make_index_sequence<kStageCount>;
 
 } // namespace
 
 extern const IirKernels iir, iir_by_steps;
-const IirKernels iir = kStages<kFuses>; // without, blocks gain half as much, for 14 KiB
-const IirKernels iir_by_steps = kStages<false>;
+const IirKernels iir = all_stages<kFuses>(All()); // unfused, blocks gain half as much, for 14 KiB
+const IirKernels iir_by_steps = all_stages<false>(All());
 
 } // namespace rsmpl::RSMPL_LEVEL

@@ -5,30 +5,21 @@ namespace rsmpl
 
 namespace baseline
 {
-extern const IirKernels iir, iir_by_steps;
-extern const FirKernels fir;
-extern const ConvertKernels convert;
-extern const FftKernels fft;
-} // namespace baseline
+extern const Kernels kernels[2];
+}
 
 namespace avx2
 {
-extern const IirKernels iir, iir_by_steps;
-extern const FirKernels fir;
-extern const ConvertKernels convert;
-extern const FftKernels fft;
-} // namespace avx2
+extern const Kernels kernels[2];
+}
 
 namespace
 {
 
-// Per level: with the stages' maps, and with their steps.
-constexpr Kernels kLevels[][2] = {
-    {{"baseline", baseline::iir, baseline::fir, baseline::convert, baseline::fft},
-     {"baseline", baseline::iir_by_steps, baseline::fir, baseline::convert, baseline::fft}},
+constexpr const Kernels* kLevels[] = {
+    baseline::kernels,
 #ifdef RSMPL_HAVE_AVX2
-    {{"avx2", avx2::iir, avx2::fir, avx2::convert, avx2::fft},
-     {"avx2", avx2::iir_by_steps, avx2::fir, avx2::convert, avx2::fft}},
+    avx2::kernels,
 #endif
 };
 
@@ -59,7 +50,7 @@ int available_levels()
 
 void force_level(int level, bool by_steps)
 {
-    active = &kLevels[level][by_steps ? 1 : 0];
+    active = kLevels[level] + (by_steps ? 1 : 0);
 }
 
 } // namespace rsmpl

@@ -23,22 +23,12 @@ namespace rsmpl
 
 // Runs one stage over `len` inputs, at least one: inserts its zeros, filters, keeps its steps.
 // `memory` holds (p, q) per section, p the newer, read at the start and written at the end.
-// Reads in[0 .. len), writes floor(len * L / M) outputs, L - 1 being the zeros inserted after
-// each input and M the step between kept values; out may be in where L <= M.
+// Reads in[0 .. len), writes floor(len * L / M) outputs; out may be in where L <= M.
 using StageKernel = void(const CoefficientTable& table, const float* in, float* out, float* memory,
                          int len);
 
 struct IirKernels {
-    StageKernel* downsample1_2;
-    StageKernel* downsample2_3;
-    StageKernel* downsample1_3;
-    StageKernel* downsample1_4;
-    StageKernel* downsample1_6;
-    StageKernel* upsample2_1;
-    StageKernel* upsample3_2;
-    StageKernel* upsample3_1;
-    StageKernel* upsample4_1;
-    StageKernel* upsample6_1;
+    StageKernel* stage[kStageCount];
 };
 
 struct FirKernels {

@@ -23,16 +23,17 @@ using Rows = const double (*)[kRows];   // column by column
 
 // Derived at compile time: all columns of the new memory, then of outputs [0, 8), [8, 16) and so
 // on.  Kernels know only where they are; values that they knew they would copy into their code.
-template <std::size_t L, std::size_t M>
-Rows stage_rows();
+Rows stage_rows(StageIndex stage);
 
 inline constexpr std::size_t kMostInputs = 48; // of a block, in any stage
 inline constexpr std::size_t kMostOutputs = 24;
 
-// The map of the stage that inserts zeros up to L times the rate and keeps every M-th step.
-template <std::size_t L, std::size_t M>
+// The map of one stage.
+template <StageIndex S>
 class StageMap
 {
+    static constexpr std::size_t L{kStages[S].insertion}, M{kStages[S].kept};
+
     // A block has whole rows of outputs of whole inputs, and at least 24 steps: the next one
     // waits for its memory.
     static constexpr std::size_t kUnit = std::lcm(kRows, L);
@@ -41,7 +42,7 @@ class StageMap
     static_assert(kInputs <= kMostInputs && kOutputs <= kMostOutputs);
 
 public:
-    [[gnu::always_inline]] explicit StageMap(Rows rows) : rows_(rows) {}
+    [[gnu::always_inline]] StageMap() : rows_(stage_rows(S)) {}
 
     // Of a block.
     [[gnu::always_inline]] static constexpr std::size_t inputs() { return kInputs; }
@@ -67,9 +68,10 @@ private:
 class AnyStageMap
 {
 public:
-    template <std::size_t L, std::size_t M>
-    [[gnu::always_inline]] explicit AnyStageMap(const StageMap<L, M>& map)
-        : inputs_(map.inputs()), outputs_(map.outputs()), kept_(M), insertion_(L),
+    template <StageIndex S>
+    [[gnu::always_inline]] explicit AnyStageMap(const StageMap<S>& map)
+        : inputs_(map.inputs()),
+          outputs_(map.outputs()), kept_{kStages[S].kept}, insertion_{kStages[S].insertion},
           rows_(map.memory_rows())
     {
     }

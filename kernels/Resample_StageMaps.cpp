@@ -1,5 +1,7 @@
 #include "kernels/Resample_StageMap_internal.h"
 
+#include <utility>
+
 namespace rsmpl
 {
 
@@ -54,10 +56,11 @@ struct WideArithmetic {
     static constexpr Wide multiply_add(double a, Wide b, Wide c) { return a * b + c; }
 };
 
-template <std::size_t L, std::size_t M>
+template <StageIndex S>
 class Columns
 {
-    using Map = StageMap<L, M>;
+    using Map = StageMap<S>;
+    static constexpr std::size_t L{kStages[S].insertion}, M{kStages[S].kept};
 
 public:
     constexpr Columns()
@@ -66,14 +69,14 @@ public:
             derive_column(c);
     }
 
-    Rows rows() const { return rows_; }
+    constexpr Rows rows() const { return rows_; }
 
 private:
     static constexpr std::size_t kCount = kMemory + Map::inputs();
 
     constexpr void derive_column(std::size_t column)
     {
-        const Cascade cascade = widen(design<L, M>(), L);
+        const Cascade cascade = widen(kStages[S].coefficients, kStages[S].insertion);
         double memory[kMemory] = {};
         if (column < kMemory)
             memory[column] = 1;
@@ -92,26 +95,21 @@ private:
     alignas(64) double rows_[(1 + Map::outputs() / kRows) * kCount][kRows] = {};
 };
 
-template <std::size_t L, std::size_t M>
-constexpr Columns<L, M> kColumns;
+template <StageIndex S>
+constexpr Columns<S> kColumns;
+
+template <std::size_t... S>
+Rows rows_of(StageIndex stage, std::index_sequence<S...> /*all*/)
+{
+    static constexpr Rows kRowsOf[] = {kColumns<StageIndex{S}>.rows()...};
+    return kRowsOf[stage];
+}
 
 } // namespace
 
-template <std::size_t L, std::size_t M>
-Rows stage_rows()
+Rows stage_rows(StageIndex stage)
 {
-    return kColumns<L, M>.rows();
+    return rows_of(stage, std::make_index_sequence<kStageCount>());
 }
-
-template Rows stage_rows<1, 2>();
-template Rows stage_rows<2, 3>();
-template Rows stage_rows<1, 3>();
-template Rows stage_rows<1, 4>();
-template Rows stage_rows<1, 6>();
-template Rows stage_rows<2, 1>();
-template Rows stage_rows<3, 2>();
-template Rows stage_rows<3, 1>();
-template Rows stage_rows<4, 1>();
-template Rows stage_rows<6, 1>();
 
 } // namespace rsmpl

@@ -46,12 +46,12 @@ TEST(Levels, AreAllThereAndTheBestIsInUse)
 #endif
     ASSERT_EQ(rsmpl::available_levels(), levels);
     EXPECT_STREQ(rsmpl::active_kernels().level, levels == 1 ? "baseline" : "avx2");
-    rsmpl::StageKernel* const at_load = rsmpl::active_kernels().iir.downsample1_3;
+    rsmpl::StageKernel* const at_load = rsmpl::active_kernels().iir.stage[0];
     rsmpl::force_level(levels - 1);
-    rsmpl::StageKernel* const fastest = rsmpl::active_kernels().iir.downsample1_3;
+    rsmpl::StageKernel* const fastest = rsmpl::active_kernels().iir.stage[0];
     EXPECT_EQ(at_load, fastest);
     rsmpl::force_level(levels - 1, true);
-    EXPECT_EQ(rsmpl::active_kernels().iir.downsample1_3 != fastest, by_blocks);
+    EXPECT_EQ(rsmpl::active_kernels().iir.stage[0] != fastest, by_blocks);
     rsmpl::force_level(0);
     EXPECT_STREQ(rsmpl::active_kernels().level, "baseline");
 }
