@@ -45,15 +45,8 @@ uint64_t inputs_per_channel(const resample_handle& handle)
     return handle.out_per_ch * handle.ratio;
 }
 
-void close_general(CGeneralResampler* general)
-{
-    if (general != nullptr)
-        general->UnInit();
-    delete general;
-}
-
-// Every handle has one, for its rates and channels, though resample_process does without.  Null
-// when memory is short.
+// Every handle has one, for its rates and channels, though resample_process does without: where
+// memory is short it stays empty, or null, and the handle is no worse for it.
 CGeneralResampler* open_general(const resample_handle& handle)
 {
     constexpr unsigned kTaps = 64;
@@ -62,14 +55,10 @@ CGeneralResampler* open_general(const resample_handle& handle)
     int enabled[kMaxChannels] = {};
     std::fill_n(enabled, handle.ch_num, 1);
     auto* general = new (std::nothrow) CGeneralResampler;
-    if (general == nullptr)
-        return nullptr;
-    general->Init(handle.ch_num, enabled, handle.interp, handle.ratio, handle.out_per_ch, kTaps,
-                  handle.in_rate, kLowEdge, high_edge);
-    if (general->GetFloatOutput() != nullptr)
-        return general;
-    close_general(general);
-    return nullptr;
+    if (general != nullptr)
+        general->Init(handle.ch_num, enabled, handle.interp, handle.ratio, handle.out_per_ch, kTaps,
+                      handle.in_rate, kLowEdge, high_edge);
+    return general;
 }
 
 // At least one element, so that null always means out of memory.
@@ -96,7 +85,9 @@ bool open_channel(resample_handle& handle, uint64_t channel)
 // Releases the handle, of whose channels the first `channels` have been opened.
 void release(resample_handle* handle, uint64_t channels)
 {
-    close_general(handle->general);
+    if (handle->general != nullptr)
+        handle->general->UnInit();
+    delete handle->general;
     for (uint64_t c = 0; c < channels; ++c) {
         std::free(handle->in_buf[c]);
         std::free(handle->out_buf[c]);
@@ -115,7 +106,7 @@ bool open_all(resample_handle* handle)
     handle->in_buf = allocate<float*>(handle->ch_num);
     handle->out_buf = allocate<float*>(handle->ch_num);
     uint64_t opened = 0;
-    bool ok = handle->general != nullptr && handle->in_buf != nullptr && handle->out_buf != nullptr;
+    bool ok = handle->in_buf != nullptr && handle->out_buf != nullptr;
     while (ok && opened < handle->ch_num)
         ok = open_channel(*handle, opened++);
     if (!ok)
@@ -127,8 +118,6 @@ bool open_all(resample_handle* handle)
 
 resample_handle* resample_init(int ch_num, int in_rate, int out_rate, int samples_per_ch)
 {
-    if (ch_num < 0 || ch_num > kMaxChannels || samples_per_ch < 0)
-        return nullptr;
     auto* handle = static_cast<resample_handle*>(std::malloc(sizeof(resample_handle)));
     if (handle == nullptr)
         return nullptr;
@@ -141,6 +130,10 @@ resample_handle* resample_init(int ch_num, int in_rate, int out_rate, int sample
     if (handle->ratio * handle->out_rate != handle->in_rate) {
         // The record stays allocated, on purpose.  NOLINTNEXTLINE(clang-analyzer-unix.Malloc)
         std::puts("ILLEAGLE FREQUENCY");
+        return nullptr;
+    }
+    if (ch_num < 0 || ch_num > kMaxChannels || samples_per_ch < 0) {
+        std::free(handle);
         return nullptr;
     }
     handle->out_per_ch = handle->ratio == 0 ? 0 : handle->samples_per_ch / handle->ratio;
