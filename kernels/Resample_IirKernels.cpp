@@ -16,7 +16,11 @@
 #include "kernels/Resample_StageMap_internal.h"
 #include "kernels/Resample_Vector_internal.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <utility>
 
 namespace rsmpl::RSMPL_LEVEL
@@ -36,6 +40,16 @@ struct Arithmetic {
 
 using Filter = rsmpl::Filter<Arithmetic>;
 
+// The same bits as another type.
+template <typename To, typename From>
+[[gnu::always_inline]] inline To bits_of(From from)
+{
+    static_assert(sizeof(To) == sizeof(From));
+    To to;
+    std::memcpy(&to, &from, sizeof to);
+    return to;
+}
+
 // What the stages have in common is not inlined: ten copies of it would double the code.
 
 template <typename From, typename To>
@@ -45,16 +59,96 @@ template <typename From, typename To>
         to[i] = static_cast<To>(from[i]);
 }
 
-[[gnu::noinline]] Cascade load_cascade(const CoefficientTable& table, int insertion)
+// For a number below the normal ones processors may take a hundred cycles, and after a sound there
+// would be nothing else.  Where such floats are near they are converted as what they are, integers
+// times 2^-149, and the memory does not fade into such doubles.
+constexpr std::int32_t kLeastNormal = 0x00800000; // 2^-126 as a float's bits, and in those units
+
+[[gnu::always_inline]] inline bool has_small(const float* values, std::size_t count)
 {
-    return widen(table, insertion);
+    std::uint32_t least = UINT32_MAX; // size, doubled; 0 comes last
+    for (std::size_t i = 0; i < count; ++i)
+        least = std::min(least, 2 * bits_of<std::uint32_t>(values[i]) - 1);
+    return least < 2 * kLeastNormal - 1;
+}
+
+[[gnu::noinline]] void widen_faint(const float* from, std::size_t count, double* to)
+{
+    if (!has_small(from, count))
+        return convert(from, count, to);
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto bits = bits_of<std::int32_t>(from[i]), size = bits & INT32_MAX,
+                   sign = bits >> 31;
+        const std::int32_t small = size & -std::int32_t{size < kLeastNormal};
+        const std::int32_t units = sign - (small ^ sign); // of the other sign: -0 - 0 is -0
+        to[i] = bits_of<float>(bits ^ small) - units * 0x1p-149;
+    }
+}
+
+// Sizes that are normal floats; the others are in the last bits of a sum, rounded to units.
+[[gnu::always_inline]] inline Narrow split(Doubles v, Doubles& sum)
+{
+    const auto size = reinterpret_cast<Longs>(v) & INT64_MAX;
+    const auto small = size & (reinterpret_cast<Doubles>(size) < 0x1p-126);
+    sum = reinterpret_cast<Doubles>(small) + 0x1p-97;
+    return __builtin_convertvector(reinterpret_cast<Doubles>(size ^ small), Narrow);
+}
+
+template <int... I>
+[[gnu::always_inline]] inline Floats to_floats(Doubles a, Doubles b,
+                                               std::integer_sequence<int, I...> /*lanes*/)
+{
+    Doubles sum_a, sum_b;
+    const Narrow size_a = split(a, sum_a), size_b = split(b, sum_b);
+    const auto size = reinterpret_cast<Ints>(__builtin_shufflevector(size_a, size_b, I...));
+    const Ints units = __builtin_shufflevector(reinterpret_cast<Ints>(sum_a),
+                                               reinterpret_cast<Ints>(sum_b), (2 * I)...);
+    const Ints upper = __builtin_shufflevector(reinterpret_cast<Ints>(a), reinterpret_cast<Ints>(b),
+                                               (2 * I + 1)...);
+    return reinterpret_cast<Floats>(size | units | (upper & INT32_MIN));
+}
+
+[[gnu::noinline]] void narrow_faint(const double* from, std::size_t count, float* to)
+{
+    constexpr std::size_t kStep = kFloats;
+    for (; count >= kStep; count -= kStep, from += kStep, to += kStep)
+        store(to, to_floats(load<Doubles>(from), load<Doubles>(from + kDoubles),
+                            std::make_integer_sequence<int, kFloats>()));
+    if (count > 0) {
+        double rest[kStep] = {};
+        float narrowed[kStep];
+        std::memcpy(rest, from, count * sizeof *from);
+        narrow_faint(rest, kStep, narrowed);
+        std::memcpy(to, narrowed, count * sizeof *to);
+    }
+}
+
+// Holds each section's memory at least at 2^-800, 2^-700, 2^-600 and 2^-500, by powers of two. That
+// is far below every float, and what an earlier section keeps is nothing beside a later one's, all
+// of which fade slower: it does not show, not even in the sign of a zero.  True if the memory, or
+// the input after it, is so small that floats below the normal ones may come in or out.
+[[gnu::noinline]] bool settle(double* memory, float in)
+{
+    double peak = 0, least = 0x1p-800;
+    for (std::size_t c = 0; c < kMemory; c += 2) {
+        const double size = std::max(std::fabs(memory[c]), std::fabs(memory[c + 1]));
+        if (size < least && size > 0) {
+            const std::uint64_t exponent = bits_of<std::uint64_t>(size) >> 52U;
+            const double lift = least * bits_of<double>((2046 - exponent) << 52U);
+            memory[c] *= lift;
+            memory[c + 1] *= lift;
+        }
+        peak = std::max(peak, size);
+        least *= 0x1p100;
+    }
+    return peak < 0x1p-64 || has_small(&in, 1);
 }
 
 // Step T of a group: every L-th step takes an input, the others an inserted zero; every M-th
 // step's value is kept.
 template <int L, int M, int T>
-[[gnu::always_inline]] inline void run_step(Filter& filter, double gain, const float* in,
-                                            float* out)
+[[gnu::always_inline]] inline void run_step(Filter& filter, double gain, const double* in,
+                                            double* out)
 {
     double w;
     if constexpr (T % L == 0)
@@ -62,27 +156,28 @@ template <int L, int M, int T>
     else
         w = filter.step_of_zero();
     if constexpr (T % M == 0)
-        out[T / M] = static_cast<float>(gain * w);
+        out[T / M] = gain * w;
 }
 
 template <int L, int M, int... T>
-[[gnu::always_inline]] inline void run_group(Filter& filter, double gain, const float* in,
-                                             float* out, std::integer_sequence<int, T...> /*steps*/)
+[[gnu::always_inline]] inline void run_group(Filter& filter, double gain, const double* in,
+                                             double* out,
+                                             std::integer_sequence<int, T...> /*steps*/)
 {
     (run_step<L, M, T>(filter, gain, in, out), ...);
 }
 
 // Any number of steps of any stage.  A value is kept only when the M steps that it stands for are
 // all there, which makes the count of outputs floor(len * L / M).
-[[gnu::noinline]] void run_rest(const Cascade& cascade, const float* in, float* out, double* memory,
-                                int len, int L, int M)
+[[gnu::noinline]] void run_rest(const Cascade& cascade, const double* in, double* out,
+                                double* memory, int len, int L, int M)
 {
     Filter filter(cascade, memory);
-    const float* const end = out + static_cast<std::ptrdiff_t>(len) * L / M;
+    const double* const end = out + len * L / M;
     int until_kept = 0;
     const auto take = [&](double w) {
         if (until_kept == 0 && out != end)
-            *out++ = static_cast<float>(cascade.gain * w);
+            *out++ = cascade.gain * w;
         until_kept = until_kept == 0 ? M - 1 : until_kept - 1;
     };
     for (int i = 0; i < len; ++i) {
@@ -96,8 +191,8 @@ template <int L, int M, int... T>
 // Whole groups.  L and M have no common factor, so that the pattern of zeros and kept steps repeats
 // every M inputs and L outputs.
 template <int L, int M>
-[[gnu::noinline]] void run_groups(const Cascade& cascade, const float* in, float* out,
-                                  double* memory, std::ptrdiff_t groups)
+[[gnu::noinline]] void run_groups(const Cascade& cascade, const double* in, double* out,
+                                  double* memory, int groups)
 {
     Filter filter(cascade, memory);
     for (; groups > 0; --groups) {
@@ -108,17 +203,44 @@ template <int L, int M>
     filter.store(memory);
 }
 
-// Step by step.  Without fused multiply-add the loop for all stages does; it is no slower there.
-template <int L, int M>
-void run_steps(const CoefficientTable& table, const float* in, float* out, double* memory, int len)
+// What is left of a call.
+struct Rest {
+    Rest(const float* from, float* to, int count) : in(from), out(to), len(count) {}
+
+    const float* in;
+    float* out;
+    int len;
+};
+
+using Groups = void(const Cascade& cascade, const double* in, double* out, double* memory,
+                    int groups);
+
+// Step by step, in pieces of whole groups between which the memory settles.  Without `groups` the
+// loop for all stages does.
+[[gnu::noinline]] void run_steps(const CoefficientTable& table, const StageDesign& stage,
+                                 Groups* run_groups, Rest rest, double* memory)
 {
-    const Cascade cascade = load_cascade(table, L);
-    std::ptrdiff_t groups = 0;
-    if constexpr (kFuses) {
-        groups = len / M;
-        run_groups<L, M>(cascade, in, out, memory, groups);
+    constexpr int kSteps = 240;
+    const int L = stage.insertion, M = stage.kept;
+    const Cascade cascade = rsmpl::widen(table, L);
+    while (rest.len > 0) {
+        double x[kSteps], y[kSteps];
+        const int inputs = std::min(rest.len, kSteps / L), outputs = inputs * L / M;
+        const int groups = run_groups != nullptr ? inputs / M : 0;
+        const int taken = groups * M, made = groups * L;
+        const bool faint = settle(memory, *rest.in);
+        (faint ? widen_faint : convert<float, double>)(rest.in, static_cast<std::size_t>(inputs),
+                                                       x);
+        if (groups > 0)
+            run_groups(cascade, x, y, memory, groups);
+        if (inputs > taken)
+            run_rest(cascade, x + taken, y + made, memory, inputs - taken, L, M);
+        (faint ? narrow_faint : convert<double, float>)(y, static_cast<std::size_t>(outputs),
+                                                        rest.out);
+        rest.in += inputs;
+        rest.out += outputs;
+        rest.len -= inputs;
     }
-    run_rest(cascade, in + groups * M, out + groups * L, memory, kFuses ? len % M : len, L, M);
 }
 
 // Some blocks on their way through a stage's map, all at once: eight rows of a column make ten sums
@@ -134,14 +256,16 @@ public:
     template <typename Map>
     [[gnu::always_inline]] bool run(const Map& map, const float* in, float* out, double* memory)
     {
-        convert(in, Blocks * map.inputs(), x_);
-        convert(memory, kMemory, s_[0]);
+        const bool faint = settle(memory, *in);
+        (faint ? widen_faint : convert<float, double>)(in, Blocks * map.inputs(), x_);
+        std::copy_n(memory, kMemory, s_[0]);
         run_inputs(map);
         run_memory(map);
         if (!all_finite(s_[Blocks]))
             return false;
-        run_outputs(map, out);
-        convert(s_[Blocks], kMemory, memory);
+        run_outputs(map);
+        (faint ? narrow_faint : convert<double, float>)(y_, Blocks * map.outputs(), out);
+        std::copy_n(s_[Blocks], kMemory, memory);
         return true;
     }
 
@@ -182,14 +306,14 @@ private:
                 store(s_[b + 1] + part * kDoubles, sums[b][part]);
     }
 
-    // Completes the memories after s_[0], and sets y_[b] to what s_[b] leaves in the outputs.
+    // Completes the memories after s_[0], and sets y_ to what they leave in the outputs.
     template <typename Map>
     [[gnu::noinline]] void run_memory(const Map& map)
     {
         for (std::size_t b = 0; b < Blocks; ++b) {
             advance(map.memory_rows(), s_[b], s_[b + 1]);
             for (std::size_t group = 0; group < map.outputs() / kRows; ++group)
-                leave(map.output_rows(group), s_[b], y_[b] + group * kRows);
+                leave(map.output_rows(group), s_[b], y_ + b * map.outputs() + group * kRows);
         }
     }
 
@@ -235,39 +359,38 @@ private:
         return sum == 0;
     }
 
-    // Adds the inputs' share to the outputs and delivers.  With a stage's own map the bounds are
+    // Adds the inputs' share to the outputs.  With a stage's own map the bounds are
     // known to the compiler, group by group: more code, a sixth less time.
     template <StageIndex S>
-    [[gnu::noinline]] void run_outputs(const StageMap<S>& map, float* out)
+    [[gnu::noinline]] void run_outputs(const StageMap<S>& map)
     {
-        run_groups(map, out, std::make_index_sequence<StageMap<S>::outputs() / kRows>());
+        run_groups(map, std::make_index_sequence<StageMap<S>::outputs() / kRows>());
     }
 
-    [[gnu::noinline]] void run_outputs(const AnyStageMap& map, float* out)
+    [[gnu::noinline]] void run_outputs(const AnyStageMap& map)
     {
         for (std::size_t group = 0; group < map.outputs() / kRows; ++group)
-            run_group(map, group, out);
+            run_group(map, group);
     }
 
     template <typename Map, std::size_t... Group>
-    [[gnu::always_inline]] void run_groups(const Map& map, float* out,
-                                           std::index_sequence<Group...> /*all*/)
+    [[gnu::always_inline]] void run_groups(const Map& map, std::index_sequence<Group...> /*all*/)
     {
-        (run_group(map, Group, out), ...);
+        (run_group(map, Group), ...);
     }
 
     template <typename Map>
-    [[gnu::always_inline]] void run_group(const Map& map, std::size_t group, float* out)
+    [[gnu::always_inline]] void run_group(const Map& map, std::size_t group)
     {
         Sums sums;
+        double* const y = y_ + group * kRows;
         for (std::size_t b = 0; b < Blocks; ++b)
             for (std::size_t part = 0; part < kParts; ++part)
-                sums[b][part] = load<Doubles>(y_[b] + group * kRows + part * kDoubles);
+                sums[b][part] = load<Doubles>(y + b * map.outputs() + part * kDoubles);
         add_inputs<0>(sums, map, group, 0);
         for (std::size_t b = 0; b < Blocks; ++b)
             for (std::size_t part = 0; part < kParts; ++part)
-                store_narrow(out + b * map.outputs() + group * kRows + part * kDoubles,
-                             sums[b][part]);
+                store(y + b * map.outputs() + part * kDoubles, sums[b][part]);
     }
 
     // No output needs a later input: here too, each part of the rows leaves out the columns beyond
@@ -282,18 +405,9 @@ private:
             add_inputs<First + 1>(sums, map, group, to);
     }
 
-    double x_[Blocks * kMostInputs]; // inputs, block after block
-    double s_[Blocks + 1][kMemory];  // the memory before each block, and after the last
-    double y_[Blocks][kMostOutputs];
-};
-
-// What is left of a call.
-struct Rest {
-    Rest(const float* from, float* to, int count) : in(from), out(to), len(count) {}
-
-    const float* in;
-    float* out;
-    int len;
+    double x_[Blocks * kMostInputs];  // inputs, block after block
+    double s_[Blocks + 1][kMemory];   // the memory before each block, and after the last
+    double y_[Blocks * kMostOutputs]; // outputs
 };
 
 constexpr std::size_t kTile = 10 * std::size_t{kDoubles} / kRows;
@@ -334,14 +448,17 @@ void run_stage(const CoefficientTable& table, const float* in, float* out, float
 {
     constexpr const StageDesign& kStage = kStages[S];
     Rest rest(in, out, len);
+    Groups* groups = nullptr;
     double s[kMemory];
-    convert(memory, kMemory, s);
+    widen_faint(memory, kMemory, s);
     if constexpr (ByBlocks) {
         if (is_same(table, kStage.coefficients))
             run_blocks<S>(rest, s);
     }
-    run_steps<kStage.insertion, kStage.kept>(table, rest.in, rest.out, s, rest.len);
-    convert(s, kMemory, memory);
+    if constexpr (kFuses)
+        groups = run_groups<kStage.insertion, kStage.kept>;
+    run_steps(table, kStage, groups, rest, s);
+    narrow_faint(s, kMemory, memory);
 }
 
 template <bool ByBlocks, std::size_t... S>
