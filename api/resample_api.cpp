@@ -22,7 +22,6 @@ using std::int64_t;
 using std::uint64_t;
 
 constexpr int kMaxChannels = 16;
-constexpr unsigned kDecimate1_3 = 2;
 
 uint64_t sign_extend(int value)
 {
@@ -159,7 +158,7 @@ int resample_process(resample_handle* handle, const short* in, short* out, int l
         convert.short_to_float(handle->in_buf[c], in + c * inputs, static_cast<int>(inputs), 1);
     for (uint64_t c = 0; c < handle->ch_num; ++c)
         RSMPL_Down(handle->rsmpl_ctx[c], handle->in_buf[c], handle->out_buf[c],
-                   static_cast<int>(inputs), kDecimate1_3);
+                   static_cast<int>(inputs), RSMPL_RATIO_1_3);
     for (uint64_t c = 0; c < handle->ch_num; ++c)
         convert.float_to_short_wrapping(out + c * outputs, handle->out_buf[c],
                                         static_cast<int>(outputs));

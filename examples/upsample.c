@@ -5,7 +5,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-enum { BLOCK = 320, RATIO = 3, CODE_3_1 = 2 }; /* 20 ms */
+enum { BLOCK = 320, RATIO = 3 }; /* 20 ms */
 
 int main(void)
 {
@@ -16,7 +16,7 @@ int main(void)
         return 1;
     while (fread(pcm, sizeof pcm[0], BLOCK, stdin) == BLOCK) {
         Convert_ShortToFloat(in, pcm, BLOCK);
-        if (RSMPL_Up(ctx, in, out, BLOCK, CODE_3_1) != 0)
+        if (RSMPL_Up(ctx, in, out, BLOCK, RSMPL_RATIO_3_1) != 0)
             return 1;
         Convert_FloatToShort(pcm, out, BLOCK * RATIO, 1);
         fwrite(pcm, sizeof pcm[0], BLOCK * RATIO, stdout);

@@ -21,13 +21,17 @@
  *     4:1          4  1  1 in    4 * len         s_FiltCoeffs_4_1
  *     6:1          6  1  1 in    6 * len         s_FiltCoeffs_6_1
  *
+ * The group is what the arithmetic needs.  RSMPL_Down and RSMPL_Up have rules of their own, which
+ * are stricter: least lengths, and multiples of 4 or 6 going down, a longest length going up.
+ *
  * Response, from DC to 0.875 of the lower of the two Nyquist frequencies: 0 to -0.5 dB (DC is
  * at the lower end, 0.944); from that Nyquist frequency on: -60 dB.  Full scale can overshoot:
  * no output exceeds 3.4 times the largest input.
  *
  * The context `ctx` is the record of nine 32-bit words of Resample_Rsmpl_IIR_api.h: word 0 is
  * reserved, words 1 to 8 are the filter memory, (p, q) per section, p the newer.  A call works
- * in double precision and rounds the memory to float at its end; nothing else is state.
+ * in double precision and rounds the memory to float at its end, interpolators also after every
+ * 960 inputs of a longer one; nothing else is state.
  *
  * Samples have no prescribed full scale; NaN and Inf flow through from their own position on,
  * and an initialiser recovers.  Arguments must not be null.  A `len` below 1 does nothing.
@@ -44,7 +48,9 @@ extern "C" {
 
 /* The gain G, then (A, B, C) of each section, whose response is
  *     (1 + C/z + 1/z^2) / (1 - (A - C)/z - (B - 1)/z^2).
- * For reading only.  All zero until an initialiser of a stage that uses the table has run. */
+ * For reading only.  All zero until an initialiser of a stage that uses the table has run.  The
+ * calls here may read them while another thread initialises; a host's own reading then is a race.
+ */
 extern float s_FiltCoeffs_2_1[13];
 extern float s_FiltCoeffs_3_2[13];
 extern float s_FiltCoeffs_3_1[13];

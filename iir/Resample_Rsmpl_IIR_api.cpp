@@ -8,8 +8,6 @@
 namespace
 {
 
-enum Status : unsigned { kSuccess = 0, kNullContext = 1, kUnknownCode = 2, kBadLength = 3 };
-
 using Initialiser = float*(float* ctx);
 using Stage = void(const float* in, float* out, float* ctx, int len);
 
@@ -53,44 +51,44 @@ unsigned RSMPL_GetContextSize()
 
 unsigned RSMPL_InitContext(void* ctx)
 {
-    if (RSMPL_Reset(ctx) != kSuccess)
-        return kNullContext;
+    if (RSMPL_Reset(ctx) != RSMPL_SUCCESS)
+        return RSMPL_NULL_CONTEXT;
     // Each runs twice: the second call changes nothing, and is kept.
     for (Initialiser* initialise : kInitialisers)
         initialise(initialise(static_cast<float*>(ctx)));
-    return kSuccess;
+    return RSMPL_SUCCESS;
 }
 
 unsigned RSMPL_Down(void* ctx, const float* in, float* out, int len, unsigned code)
 {
     if (ctx == nullptr)
-        return kNullContext;
+        return RSMPL_NULL_CONTEXT;
     if (code >= kCodes)
-        return kUnknownCode;
+        return RSMPL_UNKNOWN_CODE;
     const DownRule& rule = kDown[code];
     if (len < rule.minimum || len % rule.multiple != 0)
-        return kBadLength;
+        return RSMPL_BAD_LENGTH;
     rule.stage(in, out, static_cast<float*>(ctx), len);
-    return kSuccess;
+    return RSMPL_SUCCESS;
 }
 
 unsigned RSMPL_Up(void* ctx, const float* in, float* out, int len, unsigned code)
 {
     if (ctx == nullptr)
-        return kNullContext;
+        return RSMPL_NULL_CONTEXT;
     if (code >= kCodes)
-        return kUnknownCode;
+        return RSMPL_UNKNOWN_CODE;
     const UpRule& rule = kUp[code];
     if (len < rule.minimum || len > rule.cap / rule.factor)
-        return kBadLength;
+        return RSMPL_BAD_LENGTH;
     rule.stage(in, out, static_cast<float*>(ctx), len);
-    return kSuccess;
+    return RSMPL_SUCCESS;
 }
 
 unsigned RSMPL_Reset(void* ctx)
 {
     if (ctx == nullptr)
-        return kNullContext;
+        return RSMPL_NULL_CONTEXT;
     rsmpl::clear_context(static_cast<float*>(ctx));
-    return kSuccess;
+    return RSMPL_SUCCESS;
 }

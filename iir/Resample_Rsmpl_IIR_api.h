@@ -1,5 +1,10 @@
 /* Resample_Rsmpl_IIR_api.h - fixed-ratio conversion of float blocks, one channel per context.
  *
+ *     uint32_t ctx[9];
+ *     RSMPL_InitContext(ctx);                                       once per channel
+ *     RSMPL_Up(ctx, in, out, 320, RSMPL_RATIO_3_1);                 per block of 20 ms, 16 to 48
+ * kHz
+ *
  * The caller owns one context per channel: nine 32-bit words, aligned to 4 bytes,
  *     word 0      reserved, zero
  *     words 1..8  filter memory, IEEE single
@@ -15,8 +20,8 @@
  *
  * (An odd length of 3:2 drops the half output; feed even lengths to keep a stream in phase.)
  *
- * Results: 0 success; 1 null context; 2 unknown code; 3 length not allowed; checked in this
- * order, and nothing is written unless the result is 0.
+ * Results are the RSMPL_* of enum RSMPL_Status, checked in this order; nothing is written unless
+ * the result is 0.
  *
  * A context must not be used by two threads at once; distinct ones are independent, also while
  * another thread initialises one.  All calls are [rt]: they neither allocate, lock, print nor
@@ -28,6 +33,27 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/* Codes for RSMPL_Down, by its ratios, and for RSMPL_Up, by their inverses. */
+enum RSMPL_Ratio {
+    RSMPL_RATIO_2_3 = 0,
+    RSMPL_RATIO_1_2 = 1,
+    RSMPL_RATIO_1_3 = 2,
+    RSMPL_RATIO_1_4 = 3,
+    RSMPL_RATIO_1_6 = 4,
+    RSMPL_RATIO_3_2 = 0,
+    RSMPL_RATIO_2_1 = 1,
+    RSMPL_RATIO_3_1 = 2,
+    RSMPL_RATIO_4_1 = 3,
+    RSMPL_RATIO_6_1 = 4
+};
+
+enum RSMPL_Status {
+    RSMPL_SUCCESS = 0,
+    RSMPL_NULL_CONTEXT = 1,
+    RSMPL_UNKNOWN_CODE = 2,
+    RSMPL_BAD_LENGTH = 3
+};
 
 /* The size of a context in bytes: 36.  [rt] */
 unsigned RSMPL_GetContextSize(void);
