@@ -28,7 +28,7 @@ endfunction()
 
 # The kernels, once per instruction level: RSMPL_LEVEL names the namespace of that copy.
 # g++ 12 leaves their loops rolled at -O2, which takes four times as long.  The slp vectoriser would
-# make the recursive filter two to three times slower.
+# make the recursive filter two to three times slower; copies of what stages share, larger.
 function(rsmpl_kernel_level level)
     rsmpl_objects(rsmpl_kernels_${level}
         kernels/Resample_ConvertKernels.cpp
@@ -38,7 +38,8 @@ function(rsmpl_kernel_level level)
         kernels/Resample_LevelKernels.cpp)
     target_compile_definitions(rsmpl_kernels_${level} PRIVATE RSMPL_LEVEL=${level})
     target_compile_options(rsmpl_kernels_${level} PRIVATE
-        $<${optimised}:-O3> -fno-tree-slp-vectorize ${ARGN})
+        $<${optimised}:-O3> -fno-tree-slp-vectorize
+        $<$<CXX_COMPILER_ID:GNU>:-fno-ipa-cp-clone> ${ARGN})
 endfunction()
 
 rsmpl_objects(rsmpl_base

@@ -127,7 +127,7 @@ template <int... I>
 // is far below every float, and what an earlier section keeps is nothing beside a later one's, all
 // of which fade slower: it does not show, not even in the sign of a zero.  True if the memory, or
 // the input after it, is so small that floats below the normal ones may come in or out.
-[[gnu::noinline]] bool settle(double* memory, float in)
+bool settle(double* memory, float in)
 {
     double peak = 0, least = 0x1p-800;
     for (std::size_t c = 0; c < kMemory; c += 2) {
@@ -142,6 +142,25 @@ template <int... I>
         least *= 0x1p100;
     }
     return peak < 0x1p-64 || has_small(&in, 1);
+}
+
+// What comes before and after tiles and steps.  True if floats below the normal ones are near.
+[[gnu::noinline]] bool take_in(const float* in, std::size_t count, double* x, double* memory)
+{
+    const bool faint = settle(memory, *in);
+    if (faint)
+        widen_faint(in, count, x);
+    else
+        convert(in, count, x);
+    return faint;
+}
+
+[[gnu::noinline]] void give_out(const double* y, std::size_t count, float* out, bool faint)
+{
+    if (faint)
+        narrow_faint(y, count, out);
+    else
+        convert(y, count, out);
 }
 
 // Step T of a group: every L-th step takes an input, the others an inserted zero; every M-th
@@ -228,15 +247,12 @@ using Groups = void(const Cascade& cascade, const double* in, double* out, doubl
         const int inputs = std::min(rest.len, kSteps / L), outputs = inputs * L / M;
         const int groups = run_groups != nullptr ? inputs / M : 0;
         const int taken = groups * M, made = groups * L;
-        const bool faint = settle(memory, *rest.in);
-        (faint ? widen_faint : convert<float, double>)(rest.in, static_cast<std::size_t>(inputs),
-                                                       x);
+        const bool faint = take_in(rest.in, static_cast<std::size_t>(inputs), x, memory);
         if (groups > 0)
             run_groups(cascade, x, y, memory, groups);
         if (inputs > taken)
             run_rest(cascade, x + taken, y + made, memory, inputs - taken, L, M);
-        (faint ? narrow_faint : convert<double, float>)(y, static_cast<std::size_t>(outputs),
-                                                        rest.out);
+        give_out(y, static_cast<std::size_t>(outputs), rest.out, faint);
         rest.in += inputs;
         rest.out += outputs;
         rest.len -= inputs;
@@ -256,15 +272,14 @@ public:
     template <typename Map>
     [[gnu::always_inline]] bool run(const Map& map, const float* in, float* out, double* memory)
     {
-        const bool faint = settle(memory, *in);
-        (faint ? widen_faint : convert<float, double>)(in, Blocks * map.inputs(), x_);
+        const bool faint = take_in(in, Blocks * map.inputs(), x_, memory);
         std::copy_n(memory, kMemory, s_[0]);
         run_inputs(map);
         run_memory(map);
         if (!all_finite(s_[Blocks]))
             return false;
         run_outputs(map);
-        (faint ? narrow_faint : convert<double, float>)(y_, Blocks * map.outputs(), out);
+        give_out(y_, Blocks * map.outputs(), out, faint);
         std::copy_n(s_[Blocks], kMemory, memory);
         return true;
     }
