@@ -37,7 +37,7 @@
  * and an initialiser recovers.  Arguments must not be null.  A `len` below 1 does nothing.
  * A context must not be used by two threads at once; distinct ones are independent, also while
  * another thread initialises.  All calls here are [rt]: they neither allocate, lock, print nor
- * touch files; stages take up to 8 KiB of stack. */
+ * touch files; stages take up to 9 KiB of stack. */
 #ifndef RSMPL_RESAMPLE_IIRFILTERDESIGN_H
 #define RSMPL_RESAMPLE_IIRFILTERDESIGN_H
 
