@@ -4,15 +4,25 @@
 #include "iir/Resample_Rsmpl_IIR_api.h"
 
 #include <cfenv>
+#ifdef __x86_64__
+    #include <immintrin.h>
+#endif
 
 namespace
 {
 
+// Whether the processor has met numbers below the normal ones since it was asked last.
+bool met_small_numbers()
+{
 #ifdef __x86_64__
-constexpr int kDenormal = __FE_DENORM;
+    const unsigned state = _mm_getcsr(), denormal = 0x02, underflow = 0x10;
+    _mm_setcsr(state & ~0x3FU);
+    return (state & (denormal | underflow)) != 0;
 #else
-constexpr int kDenormal = 0; // is not told
+    const int underflow = std::fetestexcept(FE_UNDERFLOW);
+    return std::feclearexcept(FE_ALL_EXCEPT) == 0 && underflow != 0;
 #endif
+}
 
 // What the definition gives, unrounded, and how loud memory and input have been of late.
 struct Value {
@@ -105,12 +115,12 @@ void convert(Input& input, Floats& ctx, bool up, unsigned code, bool designed)
     float* const out = after.data() + offset;
     const float* const from = in_place ? out : in.data() + offset;
     const auto rsmpl = up ? RSMPL_Up : RSMPL_Down;
-    std::feclearexcept(FE_ALL_EXCEPT);
+    met_small_numbers();
     if (direct)
         stage.run(from, out, ctx.data(), len);
     else
         check(rsmpl(null ? nullptr : ctx.data(), from, out, len, code) == expected_status);
-    check(!quick || std::fetestexcept(FE_UNDERFLOW | kDenormal) == 0);
+    check(!met_small_numbers() || !quick);
     for (int i = 0; i < outputs; ++i)
         check_close(expected[static_cast<std::size_t>(i)], out[i]);
     for (std::size_t i = 0; i < 9; ++i)
