@@ -55,6 +55,7 @@ template <typename To, typename From>
 template <typename From, typename To>
 [[gnu::noinline]] void convert(const From* from, std::size_t count, To* to)
 {
+#pragma GCC unroll 4 // for processors that run in order
     for (std::size_t i = 0; i < count; ++i)
         to[i] = static_cast<To>(from[i]);
 }
@@ -260,9 +261,10 @@ using Groups = void(const Cascade& cascade, const double* in, double* out, doubl
 }
 
 // Some blocks on their way through a stage's map, all at once: eight rows of a column make ten sums
-// with five of them (AVX2) or eight with two (NEON), enough to keep two multipliers with a latency
-// of four cycles busy.  The three passes are calls of their own: inlined into one another they
-// would keep more values than there are registers.
+// with five of them (AVX2), enough to keep two multipliers with a latency of four cycles busy, or
+// sixteen with four (NEON), so that in-order processors have much to multiply for what they load.
+// The three passes are calls of their own: inlined into one another they would keep more values
+// than there are registers.
 template <std::size_t Blocks>
 class Tile
 {
@@ -274,7 +276,7 @@ public:
     {
         const bool faint = take_in(in, Blocks * map.inputs(), x_, memory);
         std::copy_n(memory, kMemory, s_[0]);
-        run_inputs(map);
+        run_inputs(map.memory_rows() + kMemory, map.inputs());
         run_memory(map);
         if (!all_finite(s_[Blocks]))
             return false;
@@ -297,38 +299,60 @@ private:
                                                    std::size_t stride, std::size_t from,
                                                    std::size_t to)
     {
-#pragma GCC unroll 4
-        for (std::size_t c = from; c < to; ++c) {
-            Doubles factor[Blocks];
+        std::size_t c = from;
+#pragma GCC unroll kUnroll
+        for (; c + kFactors <= to; c += kFactors)
+            add_columns<First>(sums, columns + c, factors + c, stride,
+                               std::make_index_sequence<kFactors>());
+        if (c < to)
+            add_columns<First>(sums, columns + c, factors + c, stride,
+                               std::make_index_sequence<1>());
+    }
+
+    // As many columns as one load brings factors for, or fewer: blocks are of even length.
+    template <std::size_t First, std::size_t... Lane>
+    [[gnu::always_inline]] static void add_columns(Sums& sums, Rows columns, const double* factors,
+                                                   std::size_t stride,
+                                                   std::index_sequence<Lane...> /*all*/)
+    {
+        Factors factor[Blocks];
+        for (std::size_t b = 0; b < Blocks; ++b)
+            factor[b] = load_factors(factors + b * stride);
+        (add_column<First, Lane>(sums, columns[Lane], factor), ...);
+    }
+
+    template <std::size_t First, std::size_t Lane>
+    [[gnu::always_inline]] static void add_column(Sums& sums, const double* column,
+                                                  const Factors (&factor)[Blocks])
+    {
+        for (std::size_t part = First; part < kParts; ++part) {
+            const auto rows = load<Doubles>(column + part * kDoubles);
             for (std::size_t b = 0; b < Blocks; ++b)
-                factor[b] = broadcast(factors[b * stride + c]);
-            for (std::size_t part = First; part < kParts; ++part) {
-                const auto column = load<Doubles>(columns[c] + part * kDoubles);
-                for (std::size_t b = 0; b < Blocks; ++b)
-                    sums[b][part] = multiply_add(column, factor[b], sums[b][part]);
-            }
+                sums[b][part] = multiply_add<Lane>(rows, factor[b], sums[b][part]);
         }
     }
 
     // Sets s_[b + 1] to what the inputs of block b leave in the memory.
-    template <typename Map>
-    [[gnu::noinline]] void run_inputs(const Map& map)
+    [[gnu::noinline]] void run_inputs(Rows columns, std::size_t inputs)
     {
         Sums sums = {};
-        add_columns<0>(sums, map.memory_rows() + kMemory, x_, map.inputs(), 0, map.inputs());
+        add_columns<0>(sums, columns, x_, inputs, 0, inputs);
         for (std::size_t b = 0; b < Blocks; ++b)
             for (std::size_t part = 0; part < kParts; ++part)
                 store(s_[b + 1] + part * kDoubles, sums[b][part]);
     }
 
-    // Completes the memories after s_[0], and sets y_ to what they leave in the outputs.
+    // Completes the memories after s_[0].  A processor that looks ahead multiplies what they leave
+    // in the outputs, for y_, while the next one waits for its chains.
     template <typename Map>
     [[gnu::noinline]] void run_memory(const Map& map)
     {
         for (std::size_t b = 0; b < Blocks; ++b) {
             advance(map.memory_rows(), s_[b], s_[b + 1]);
-            for (std::size_t group = 0; group < map.outputs() / kRows; ++group)
-                leave(map.output_rows(group), s_[b], y_ + b * map.outputs() + group * kRows);
+            if constexpr (kLooksAhead) {
+                for (std::size_t group = 0; group < map.outputs() / kRows; ++group)
+                    leave(map.output_rows(group), s_[b], y_ + b * map.outputs() + group * kRows);
+            }
         }
     }
 
@@ -337,16 +361,19 @@ private:
     // out the columns beyond its own.
     [[gnu::always_inline]] static void advance(Rows columns, const double* before, double* after)
     {
-        for (std::size_t part = 0; part < kParts; ++part) {
-            const std::size_t row = part * kDoubles;
-            Doubles even = load<Doubles>(after + row), odd = {};
-            for (std::size_t c = 0; c < row + kDoubles; c += 2) {
-                even = multiply_add(load<Doubles>(columns[c] + row), broadcast(before[c]), even);
-                odd = multiply_add(load<Doubles>(columns[c + 1] + row), broadcast(before[c + 1]),
-                                   odd);
+        Doubles even[kParts], odd[kParts] = {};
+        for (std::size_t part = 0; part < kParts; ++part)
+            even[part] = load<Doubles>(after + part * kDoubles);
+        for (std::size_t c = 0; c < kMemory; c += 2) {
+            const Doubles factor = broadcast(before[c]), next = broadcast(before[c + 1]);
+            for (std::size_t part = c / kDoubles; part < kParts; ++part) {
+                const double* const rows = columns[c] + part * kDoubles;
+                even[part] = multiply_add(load<Doubles>(rows), factor, even[part]);
+                odd[part] = multiply_add(load<Doubles>(rows + kRows), next, odd[part]);
             }
-            store(after + row, even + odd);
         }
+        for (std::size_t part = 0; part < kParts; ++part)
+            store(after + part * kDoubles, even[part] + odd[part]);
     }
 
     // Sets y[0 .. 8) to what the memory before a block leaves in eight outputs.
@@ -397,11 +424,15 @@ private:
     template <typename Map>
     [[gnu::always_inline]] void run_group(const Map& map, std::size_t group)
     {
-        Sums sums;
+        Sums sums = {};
         double* const y = y_ + group * kRows;
-        for (std::size_t b = 0; b < Blocks; ++b)
-            for (std::size_t part = 0; part < kParts; ++part)
-                sums[b][part] = load<Doubles>(y + b * map.outputs() + part * kDoubles);
+        if constexpr (kLooksAhead) {
+            for (std::size_t b = 0; b < Blocks; ++b)
+                for (std::size_t part = 0; part < kParts; ++part)
+                    sums[b][part] = load<Doubles>(y + b * map.outputs() + part * kDoubles);
+        } else {
+            add_columns<0>(sums, map.output_rows(group), s_[0], kMemory, 0, kMemory);
+        }
         add_inputs<0>(sums, map, group, 0);
         for (std::size_t b = 0; b < Blocks; ++b)
             for (std::size_t part = 0; part < kParts; ++part)
@@ -425,7 +456,7 @@ private:
     double y_[Blocks * kMostOutputs]; // outputs
 };
 
-constexpr std::size_t kTile = 10 * std::size_t{kDoubles} / kRows;
+constexpr std::size_t kTile = kSums * std::size_t{kDoubles} / kRows;
 
 // As many tiles as there are, or until one is not finite.
 template <std::size_t Blocks, typename Map>

@@ -39,7 +39,7 @@ class StageMap
     static constexpr std::size_t kUnit = std::lcm(kRows, L);
     static constexpr std::size_t kOutputs = (24 / M + kUnit - 1) / kUnit * kUnit;
     static constexpr std::size_t kInputs = kOutputs / L * M;
-    static_assert(kInputs <= kMostInputs && kOutputs <= kMostOutputs);
+    static_assert(kInputs <= kMostInputs && kOutputs <= kMostOutputs && kInputs % 2 == 0);
 
 public:
     [[gnu::always_inline]] StageMap() : rows_(stage_rows(S)) {}

@@ -5,6 +5,7 @@
 #define RSMPL_RESAMPLE_VECTOR_INTERNAL_H
 
 #include <cmath>
+#include <cstddef>
 #include <utility>
 
 #ifdef __aarch64__
@@ -118,6 +119,43 @@ template <int Half = kFloats / 2>
     return _mm256_fmadd_pd(a, b, c);
 #else
     return a * b + c;
+#endif
+}
+
+// Factors that each multiply all lanes, as many as one load brings: NEON multiplies by a lane of a
+// register, AVX2 broadcasts as it loads.
+using Factors = Doubles;
+
+#if defined(__aarch64__)
+inline constexpr std::size_t kFactors = kDoubles;
+inline constexpr std::size_t kSums = 16;   // that registers hold, beside what they are made of
+inline constexpr bool kLooksAhead = false; // whether to count on execution out of order
+inline constexpr int kUnroll = 1;          // of loops that multiply: a compiler would load ahead
+#else
+inline constexpr std::size_t kFactors = 1;
+inline constexpr std::size_t kSums = 10;
+inline constexpr bool kLooksAhead = true;
+inline constexpr int kUnroll = 4;
+#endif
+
+[[gnu::always_inline]] inline Factors load_factors(const double* from)
+{
+#if defined(__aarch64__)
+    return load<Factors>(from);
+#else
+    return broadcast(*from);
+#endif
+}
+
+// a * b + c, b being factor `Which`.
+template <std::size_t Which>
+[[gnu::always_inline]] inline Doubles multiply_add(Doubles a, Factors b, Doubles c)
+{
+    static_assert(Which < kFactors);
+#if defined(__aarch64__)
+    return vfmaq_laneq_f64(c, a, b, Which);
+#else
+    return multiply_add(a, b, c);
 #endif
 }
 
