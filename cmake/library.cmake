@@ -42,12 +42,12 @@ function(rsmpl_kernel_level level)
         $<$<CXX_COMPILER_ID:GNU>:-fno-ipa-cp-clone> ${ARGN})
 endfunction()
 
-# On AArch64 g++ 12 allocates registers for the stages' maps so that it copies some in each loop, and
-# pairs loads, which cost a Cortex-A55 more than two: 26, 19 and 11.2 cycles per filter step on the
-# A53, the A55 and the A72 instead of 29, 21 and 11.5 (./bench/estimate).
+# On AArch64 g++ 12 copies registers in the loops over the stages' maps, and pairs loads, which cost
+# a Cortex-A55 more than two of them.  Without either the 1:3 stage takes 29, 18 and 11.9 cycles per
+# filter step on the A53, A55 and A72 instead of 33, 24 and 12.9 (./bench/estimate).
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     set_source_files_properties(kernels/Resample_IirKernels.cpp PROPERTIES
-        COMPILE_OPTIONS "-frename-registers;-fno-schedule-fusion")
+        COMPILE_OPTIONS "-frename-registers;-fno-peephole2")
 endif()
 
 rsmpl_objects(rsmpl_base
