@@ -276,7 +276,7 @@ public:
     {
         const bool faint = take_in(in, Blocks * map.inputs(), x_, memory);
         std::copy_n(memory, kMemory, s_[0]);
-        run_inputs(map.memory_rows() + kMemory, map.inputs());
+        run_inputs(map);
         run_memory(map);
         if (!all_finite(s_[Blocks]))
             return false;
@@ -333,10 +333,11 @@ private:
     }
 
     // Sets s_[b + 1] to what the inputs of block b leave in the memory.
-    [[gnu::noinline]] void run_inputs(Rows columns, std::size_t inputs)
+    template <typename Map>
+    [[gnu::noinline]] void run_inputs(const Map& map)
     {
         Sums sums = {};
-        add_columns<0>(sums, columns, x_, inputs, 0, inputs);
+        add_columns<0>(sums, map.memory_rows() + kMemory, x_, map.inputs(), 0, map.inputs());
         for (std::size_t b = 0; b < Blocks; ++b)
             for (std::size_t part = 0; part < kParts; ++part)
                 store(s_[b + 1] + part * kDoubles, sums[b][part]);
