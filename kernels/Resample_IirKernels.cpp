@@ -128,7 +128,7 @@ template <int... I>
 // is far below every float, and what an earlier section keeps is nothing beside a later one's, all
 // of which fade slower: it does not show, not even in the sign of a zero.  True if the memory, or
 // the input after it, is so small that floats below the normal ones may come in or out.
-bool settle(double* memory, float in)
+[[gnu::noinline]] bool settle(double* memory, float in)
 {
     double peak = 0, least = 0x1p-800;
     for (std::size_t c = 0; c < kMemory; c += 2) {
@@ -148,7 +148,8 @@ bool settle(double* memory, float in)
 // What comes before and after tiles and steps.  True if floats below the normal ones are near.
 [[gnu::noinline]] bool take_in(const float* in, std::size_t count, double* x, double* memory)
 {
-    const bool faint = settle(memory, *in);
+    const bool loud = std::max(std::fabs(memory[0]), std::fabs(memory[1])) >= 0x1p-64;
+    const bool faint = (!loud || has_small(in, 1)) && settle(memory, *in);
     if (faint)
         widen_faint(in, count, x);
     else
@@ -280,8 +281,9 @@ public:
         run_memory(map);
         if (!all_finite(s_[Blocks]))
             return false;
-        run_outputs(map);
-        give_out(y_, Blocks * map.outputs(), out, faint);
+        run_outputs(map, faint ? nullptr : out);
+        if (faint)
+            narrow_faint(y_, Blocks * map.outputs(), out);
         std::copy_n(s_[Blocks], kMemory, memory);
         return true;
     }
@@ -405,26 +407,29 @@ private:
     // Adds the inputs' share to the outputs.  With a stage's own map the bounds are
     // known to the compiler, group by group: more code, a sixth less time.
     template <StageIndex S>
-    [[gnu::noinline]] void run_outputs(const StageMap<S>& map)
+    [[gnu::noinline]] void run_outputs(const StageMap<S>& map, float* out)
     {
-        run_groups(map, std::make_index_sequence<StageMap<S>::outputs() / kRows>());
+        run_groups(map, out, std::make_index_sequence<StageMap<S>::outputs() / kRows>());
     }
 
-    [[gnu::noinline]] void run_outputs(const AnyStageMap& map)
+    [[gnu::noinline]] void run_outputs(const AnyStageMap& map, float* out)
     {
         for (std::size_t group = 0; group < map.outputs() / kRows; ++group)
-            run_group(map, group);
+            run_group(map, group, out);
     }
 
     template <typename Map, std::size_t... Group>
-    [[gnu::always_inline]] void run_groups(const Map& map, std::index_sequence<Group...> /*all*/)
+    [[gnu::always_inline]] void run_groups(const Map& map, float* out,
+                                           std::index_sequence<Group...> /*all*/)
     {
-        (run_group(map, Group), ...);
+        (run_group(map, Group, out), ...);
     }
 
     template <typename Map>
-    [[gnu::always_inline]] void run_group(const Map& map, std::size_t group)
+    [[gnu::always_inline]] void run_group(const Map& map, std::size_t group, float* out)
     {
+        // Or g++ carries inputs over from group to group, for which there are no registers.
+        asm volatile("" : : : "memory");
         Sums sums = {};
         double* const y = y_ + group * kRows;
         if constexpr (kLooksAhead) {
@@ -435,9 +440,16 @@ private:
             add_columns<0>(sums, map.output_rows(group), s_[0], kMemory, 0, kMemory);
         }
         add_inputs<0>(sums, map, group, 0);
+        if (out == nullptr) {
+            for (std::size_t b = 0; b < Blocks; ++b)
+                for (std::size_t part = 0; part < kParts; ++part)
+                    store(y + b * map.outputs() + part * kDoubles, sums[b][part]);
+            return;
+        }
+        out += group * kRows;
         for (std::size_t b = 0; b < Blocks; ++b)
             for (std::size_t part = 0; part < kParts; ++part)
-                store(y + b * map.outputs() + part * kDoubles, sums[b][part]);
+                store_narrow(out + b * map.outputs() + part * kDoubles, sums[b][part]);
     }
 
     // No output needs a later input: here too, each part of the rows leaves out the columns beyond
