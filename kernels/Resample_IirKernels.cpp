@@ -12,15 +12,13 @@
 // the matrix would be wrong: with other coefficients than its own, or from a value on that is not
 // finite.  The memory stays in the step's form and in double precision all through a call, so that
 // either can go on where the other has stopped.
+#include "kernels/Resample_Denormals_internal.h"
 #include "kernels/Resample_Kernels_internal.h"
 #include "kernels/Resample_StageMap_internal.h"
 #include "kernels/Resample_Vector_internal.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
 #include <utility>
 
 namespace rsmpl::RSMPL_LEVEL
@@ -40,110 +38,7 @@ struct Arithmetic {
 
 using Filter = rsmpl::Filter<Arithmetic>;
 
-// The same bits as another type.
-template <typename To, typename From>
-[[gnu::always_inline]] inline To bits_of(From from)
-{
-    static_assert(sizeof(To) == sizeof(From));
-    To to;
-    std::memcpy(&to, &from, sizeof to);
-    return to;
-}
-
 // What the stages have in common is not inlined: ten copies of it would double the code.
-
-template <typename From, typename To>
-[[gnu::noinline]] void convert(const From* from, std::size_t count, To* to)
-{
-#pragma GCC unroll 4 // for processors that run in order
-    for (std::size_t i = 0; i < count; ++i)
-        to[i] = static_cast<To>(from[i]);
-}
-
-// For a number below the normal ones processors may take a hundred cycles, and after a sound there
-// would be nothing else.  Where such floats are near they are converted as what they are, integers
-// times 2^-149, and the memory does not fade into such doubles.
-constexpr std::int32_t kLeastNormal = 0x00800000; // 2^-126 as a float's bits, and in those units
-
-[[gnu::always_inline]] inline bool has_small(const float* values, std::size_t count)
-{
-    std::uint32_t least = UINT32_MAX; // size, doubled; 0 comes last
-    for (std::size_t i = 0; i < count; ++i)
-        least = std::min(least, 2 * bits_of<std::uint32_t>(values[i]) - 1);
-    return least < 2 * kLeastNormal - 1;
-}
-
-[[gnu::noinline]] void widen_faint(const float* from, std::size_t count, double* to)
-{
-    if (!has_small(from, count))
-        return convert(from, count, to);
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto bits = bits_of<std::int32_t>(from[i]), size = bits & INT32_MAX,
-                   sign = bits >> 31;
-        const std::int32_t small = size & -std::int32_t{size < kLeastNormal};
-        const std::int32_t units = sign - (small ^ sign); // of the other sign: -0 - 0 is -0
-        to[i] = bits_of<float>(bits ^ small) - units * 0x1p-149;
-    }
-}
-
-// Sizes that are normal floats; the others are in the last bits of a sum, rounded to units.
-[[gnu::always_inline]] inline Narrow split(Doubles v, Doubles& sum)
-{
-    const auto size = reinterpret_cast<Longs>(v) & INT64_MAX;
-    const auto small = size & (reinterpret_cast<Doubles>(size) < 0x1p-126);
-    sum = reinterpret_cast<Doubles>(small) + 0x1p-97;
-    return __builtin_convertvector(reinterpret_cast<Doubles>(size ^ small), Narrow);
-}
-
-template <int... I>
-[[gnu::always_inline]] inline Floats to_floats(Doubles a, Doubles b,
-                                               std::integer_sequence<int, I...> /*lanes*/)
-{
-    Doubles sum_a, sum_b;
-    const Narrow size_a = split(a, sum_a), size_b = split(b, sum_b);
-    const auto size = reinterpret_cast<Ints>(__builtin_shufflevector(size_a, size_b, I...));
-    const Ints units = __builtin_shufflevector(reinterpret_cast<Ints>(sum_a),
-                                               reinterpret_cast<Ints>(sum_b), (2 * I)...);
-    const Ints upper = __builtin_shufflevector(reinterpret_cast<Ints>(a), reinterpret_cast<Ints>(b),
-                                               (2 * I + 1)...);
-    return reinterpret_cast<Floats>(size | units | (upper & INT32_MIN));
-}
-
-[[gnu::noinline]] void narrow_faint(const double* from, std::size_t count, float* to)
-{
-    constexpr std::size_t kStep = kFloats;
-    for (; count >= kStep; count -= kStep, from += kStep, to += kStep)
-        store(to, to_floats(load<Doubles>(from), load<Doubles>(from + kDoubles),
-                            std::make_integer_sequence<int, kFloats>()));
-    if (count > 0) {
-        double rest[kStep] = {};
-        float narrowed[kStep];
-        std::memcpy(rest, from, count * sizeof *from);
-        narrow_faint(rest, kStep, narrowed);
-        std::memcpy(to, narrowed, count * sizeof *to);
-    }
-}
-
-// Holds each section's memory at least at 2^-800, 2^-700, 2^-600 and 2^-500, by powers of two. That
-// is far below every float, and what an earlier section keeps is nothing beside a later one's, all
-// of which fade slower: it does not show, not even in the sign of a zero.  True if the memory, or
-// the input after it, is so small that floats below the normal ones may come in or out.
-[[gnu::noinline]] bool settle(double* memory, float in)
-{
-    double peak = 0, least = 0x1p-800;
-    for (std::size_t c = 0; c < kMemory; c += 2) {
-        const double size = std::max(std::fabs(memory[c]), std::fabs(memory[c + 1]));
-        if (size < least && size > 0) {
-            const std::uint64_t exponent = bits_of<std::uint64_t>(size) >> 52U;
-            const double lift = least * bits_of<double>((2046 - exponent) << 52U);
-            memory[c] *= lift;
-            memory[c + 1] *= lift;
-        }
-        peak = std::max(peak, size);
-        least *= 0x1p100;
-    }
-    return peak < 0x1p-64 || has_small(&in, 1);
-}
 
 // What comes before and after tiles and steps.  True if floats below the normal ones are near.
 [[gnu::noinline]] bool take_in(const float* in, std::size_t count, double* x, double* memory)

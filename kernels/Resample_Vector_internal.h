@@ -122,6 +122,20 @@ template <int Half = kFloats / 2>
 #endif
 }
 
+// A bit for each lane in which a comparison holds.
+inline constexpr int kAllLanes = (1 << kLongs) - 1;
+
+[[gnu::always_inline]] inline int lane_bits(Longs holds)
+{
+#if defined(__aarch64__)
+    return static_cast<int>((holds[0] & 1) | (holds[1] & 2));
+#elif defined(__AVX2__)
+    return _mm256_movemask_pd(reinterpret_cast<__m256d>(holds));
+#else
+    return _mm_movemask_pd(reinterpret_cast<__m128d>(holds));
+#endif
+}
+
 // Factors that each multiply all lanes, as many as one load brings: NEON multiplies by a lane of a
 // register, AVX2 broadcasts as it loads.
 using Factors = Doubles;
