@@ -1,6 +1,10 @@
 // Outputs come in groups of eight, which a kernel sums side by side.  A call of eight frames or
 // more is cut into eight streams that go side by side instead: these share every tap, and a sample
 // of each lies next to the others'.
+//
+// Row i of the taps, taps[phase + i L] for every phase, meets the input i before the one that an
+// output stands at.  A tile is some groups that find the inputs of a row in one window; rows that
+// the window has no room for wait until it is filled again, further back.
 #include "fir/Resample_Polyphase_internal.h"
 
 #include "kernels/Resample_Kernels_internal.h"
@@ -25,7 +29,7 @@ constexpr uint64_t kStreams = kFirStreams;
 // What a tile works on: bounds of its scratch on the stack, some 22 KiB.
 constexpr uint64_t kWindow = 4096; // samples of all streams
 constexpr uint64_t kTileGroups = 16;
-constexpr uint64_t kTileRows = 256;
+constexpr uint64_t kTileRows = 256; // that further groups leave room for
 
 // Where an output stands: `phase` steps of the high rate after an input.
 struct Position {
@@ -47,7 +51,7 @@ bool fits(uint64_t L, uint64_t M, uint64_t streams)
 
 int64_t divide_up(int64_t dividend, int64_t divisor)
 {
-    return dividend < 0 ? -(-dividend / divisor) : (dividend + divisor - 1) / divisor;
+    return dividend / divisor + (dividend % divisor > 0 ? 1 : 0);
 }
 
 // The inputs of a call and, with negative numbers, those before it.  The line stands at `tick` of
@@ -110,16 +114,21 @@ void advance(DelayLine& line, const float* in, int64_t tick, uint64_t ticks, int
 }
 
 // What a sum that came out as -0 is with the zeros in it.  After the last product that does not
-// vanish it was -0; it stays that until a product of +0 comes.
+// vanish it was -0; it stays that until a product of +0 comes: that of a zero and a tap without
+// a sign.
 float signed_zero(const Polyphase& filter, const float* taps, const Source& source, Position at)
 {
-    for (uint64_t j = filter.length; j-- > 0;) {
-        const bool meets_input = j % filter.L == at.phase;
-        const auto age = static_cast<int64_t>(j / filter.L);
-        if (meets_input && taps[j] != 0 && source.sample(at.input - age) != 0)
-            return -0.0F;
-        if (!meets_input && !std::signbit(taps[j]))
+    const auto positive = [](float tap) { return !std::signbit(tap); };
+    uint64_t end = filter.length;
+    for (uint64_t row = filter.rows; row-- > 0;) {
+        const uint64_t j = at.phase + row * filter.L; // meets an input, those up to `end` zeros
+        if (j >= end)
+            continue;
+        if (std::any_of(taps + j + 1, taps + end, positive))
             break;
+        if (taps[j] != 0 && source.sample(at.input - static_cast<int64_t>(row)) != 0)
+            return -0.0F;
+        end = j;
     }
     return 0.0F;
 }
@@ -145,9 +154,9 @@ public:
     {
         std::fill_n(sums_, groups_ * kGroup * streams_, 0.0F);
         std::fill_n(window_ + room_ * streams_, streams_, 0.0F);
-        const uint64_t most = room_ - static_cast<uint64_t>(newest_ - oldest_);
+        const uint64_t at_once = room_ - static_cast<uint64_t>(newest_ - oldest_);
         for (uint64_t row = 0, count; row < filter_.rows; row += count) {
-            count = std::min(most, filter_.rows - row);
+            count = std::min(at_once, filter_.rows - row);
             const int64_t start = oldest_ - static_cast<int64_t>(row + count - 1);
             fill(source, start, newest_ + 1 - static_cast<int64_t>(row), apart);
             for (uint64_t g = 0; g < groups_; ++g)
@@ -306,9 +315,7 @@ Polyphase::Polyphase(uint64_t taps, uint64_t up, uint64_t down)
 
 uint64_t Polyphase::table_size() const
 {
-    uint64_t size = 0;
-    const bool counts = !__builtin_mul_overflow(groups * kGroup, rows, &size);
-    return counts ? size : 0;
+    return groups * kGroup * rows;
 }
 
 void Polyphase::fill(const float* taps, float* tables) const

@@ -27,7 +27,7 @@ struct Polyphase {
     // Of that many taps, and a ratio that is served.
     Polyphase(std::uint64_t taps, std::uint64_t up, std::uint64_t down);
 
-    // Floats in the tables; 0 when 64 bits can't count them.
+    // Floats in the tables.  More than 64 bits count belong to taps that no memory holds.
     std::uint64_t table_size() const;
 
     // Fills the tables.  Those of taps that are not all finite are not to be used.
