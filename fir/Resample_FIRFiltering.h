@@ -14,7 +14,7 @@
  *
  * A record belongs to whoever created it and must not be used by two threads at once; distinct
  * ones are independent.  [rt]: neither allocates, locks, prints nor touches files; filtering
- * takes 23 KiB of stack. */
+ * takes 24 KiB of stack. */
 #ifndef RSMPL_RESAMPLE_FIRFILTERING_H
 #define RSMPL_RESAMPLE_FIRFILTERING_H
 
@@ -62,15 +62,15 @@ typedef struct FIRMRState {
 
 /* Creates a filter for the rate in * L / M with a copy of taps[0 .. length), which act at the
  * rate in * L, and a silent past.  Nothing makes up for the inserted zeros: to keep the level,
- * the taps carry a gain of L.  Where L is above 1 the record keeps them a second time, by phase;
- * that takes up to 8 times their room, for L above 60 at most 1.2 times.  Results and failures as
- * FIRInitAlloc, FIRMRFree being due. */
+ * the taps carry a gain of L.  Where L is above 1 the record keeps them a second time, by phase, as
+ * if `length` were the next multiple of L; that takes up to 8 times their room, for L above 60 at
+ * most 1.2 times.  Results and failures as FIRInitAlloc, FIRMRFree being due. */
 int FIRMRInitAlloc(FIRMRState** state, const float* taps, uint64_t length, uint64_t L, uint64_t M);
 
 /* Filters n frames: in[0 .. M * n) to out[0 .. L * n).  out may be in where L <= M.  Does nothing
  * when L, M or n is 0.  An output costs length / L multiply-adds; with a tap that is infinite or
- * NaN, or with M above 384 L, it costs length of them.  Calls of 8 frames or more, out apart from
- * in, are two to three times as fast as shorter ones.  [rt] */
+ * NaN, L above length, or M of 384 L or more, it costs length of them.  Calls of 8 frames or more,
+ * out apart from in, are two to three times as fast as shorter ones.  [rt] */
 void FIRMRFiltering(FIRMRState* state, const float* in, float* out, uint64_t n);
 
 /* Releases the record and its arrays; null is ignored. */

@@ -243,7 +243,7 @@ TEST(RealTime, CallsNeitherAllocateNorPrintAndNeedLittleStack)
       CALL(for (code = 0; code < 10; ++code) kStages[code].run(in, out, ctx, len)),
       CALL(FIRFiltering(one, in, out, len), FIRFiltering(one, out, out, len)),
       CALL(FIRGetDlyLine(one, out)),
-      CALL(for (code = 0; code < 3; ++code) FIRMRFiltering(several[code], in, out, len / 3)),
+      CALL(for (code = 0; code < 3; ++code) FIRMRFiltering(several[code], in, out, len / 3 - 1)),
       CALL(FIRFiltering_Direct(in, out, len, in, taps, line, &position)),
       CALL(general.ResampleOneBlock(rows)),
       CALL(general.ResampleOneBlock(pcm)),
