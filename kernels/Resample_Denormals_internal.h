@@ -21,9 +21,6 @@
 namespace rsmpl::RSMPL_LEVEL
 {
 
-namespace
-{
-
 // The same bits as another type.
 template <typename To, typename From>
 [[gnu::always_inline]] inline To bits_of(From from)
@@ -35,7 +32,7 @@ template <typename To, typename From>
 }
 
 template <typename From, typename To>
-[[gnu::noinline]] void convert(const From* from, std::size_t count, To* to)
+[[gnu::noinline]] static void convert(const From* from, std::size_t count, To* to)
 {
 #pragma GCC unroll 4 // for processors that run in order
     for (std::size_t i = 0; i < count; ++i)
@@ -52,7 +49,7 @@ constexpr std::int32_t kLeastNormal = 0x00800000; // 2^-126 as a float's bits, a
     return least < 2 * kLeastNormal - 1;
 }
 
-[[gnu::noinline]] void widen_faint(const float* from, std::size_t count, double* to)
+[[gnu::noinline]] static void widen_faint(const float* from, std::size_t count, double* to)
 {
     if (!has_small(from, count))
         return convert(from, count, to);
@@ -101,7 +98,7 @@ template <int... I>
 }
 
 // Neighbours mostly are small together, or none is.
-[[gnu::noinline]] void narrow_faint(const double* from, std::size_t count, float* to)
+[[gnu::noinline]] static void narrow_faint(const double* from, std::size_t count, float* to)
 {
     constexpr std::size_t kStep = kFloats;
     constexpr std::make_integer_sequence<int, kFloats> kLanes;
@@ -130,7 +127,7 @@ template <int... I>
 // is far below every float, and what an earlier section keeps is nothing beside a later one's, all
 // of which fade slower: it does not show, not even in the sign of a zero.  True if the memory, or
 // the input after it, is so small that floats below the normal ones may come in or out.
-[[gnu::noinline]] bool settle(double* memory, float in)
+[[gnu::noinline]] static bool settle(double* memory, float in)
 {
     double peak = 0, least = 0x1p-800;
     for (std::size_t c = 0; c < kMemory; c += 2) {
@@ -146,8 +143,6 @@ template <int... I>
     }
     return peak < 0x1p-64 || has_small(&in, 1);
 }
-
-} // namespace
 
 } // namespace rsmpl::RSMPL_LEVEL
 
