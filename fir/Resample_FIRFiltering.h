@@ -6,8 +6,8 @@
  *     y[k] = taps[0] x[k] + taps[1] x[k - 1] + ... + taps[length - 1] x[k - length + 1]
  *
  * in single precision: the sum starts at +0, takes the taps in this order, and rounds each
- * multiply-add once.  It is the same bits everywhere, all NaNs being alike; infinities and NaNs
- * flow as IEEE arithmetic has it.  A filter without taps gives 0.
+ * multiply-add once.  It is the same bits everywhere, all NaNs being alike and the host rounding to
+ * nearest; infinities and NaNs flow as IEEE arithmetic has it.  A filter without taps gives 0.
  *
  * Consecutive calls join without a seam: a stream may be cut into blocks anywhere, or, at several
  * rates, between any two frames.
