@@ -54,11 +54,10 @@ constexpr std::int32_t kLeastNormal = 0x00800000; // 2^-126 as a float's bits, a
     if (!has_small(from, count))
         return convert(from, count, to);
     for (std::size_t i = 0; i < count; ++i) {
-        const auto bits = bits_of<std::int32_t>(from[i]), size = bits & INT32_MAX,
-                   sign = bits >> 31;
+        const auto bits = bits_of<std::int32_t>(from[i]), size = bits & INT32_MAX;
         const std::int32_t small = size & -std::int32_t{size < kLeastNormal};
-        const std::int32_t units = sign - (small ^ sign); // of the other sign: -0 - 0 is -0
-        to[i] = bits_of<float>(bits ^ small) - units * 0x1p-149;
+        const double rest = bits_of<float>(bits ^ small); // of a small one its sign
+        to[i] = rest + std::copysign(small * 0x1p-149, rest);
     }
 }
 
@@ -125,8 +124,9 @@ template <int... I>
 
 // Holds each section's memory at least at 2^-800, 2^-700, 2^-600 and 2^-500, by powers of two. That
 // is far below every float, and what an earlier section keeps is nothing beside a later one's, all
-// of which fade slower: it does not show, not even in the sign of a zero.  True if the memory, or
-// the input after it, is so small that floats below the normal ones may come in or out.
+// of which fade slower in the designs: it does not show, not even in the sign of a zero, which with
+// other coefficients it may.  True if the memory, or the input after it, is so small that floats
+// below the normal ones may come in or out.
 [[gnu::noinline]] static bool settle(double* memory, float in)
 {
     double peak = 0, least = 0x1p-800;
