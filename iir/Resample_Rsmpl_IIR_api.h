@@ -1,9 +1,8 @@
 /* Resample_Rsmpl_IIR_api.h - fixed-ratio conversion of float blocks, one channel per context.
  *
  *     uint32_t ctx[9];
- *     RSMPL_InitContext(ctx);                                       once per channel
- *     RSMPL_Up(ctx, in, out, 320, RSMPL_RATIO_3_1);                 per block of 20 ms, 16 to 48
- * kHz
+ *     RSMPL_InitContext(ctx);                          once per channel
+ *     RSMPL_Up(ctx, in, out, 320, RSMPL_RATIO_3_1);    per block of 20 ms, 16 to 48 kHz
  *
  * The caller owns one context per channel: nine 32-bit words, aligned to 4 bytes,
  *     word 0      reserved, zero
