@@ -101,11 +101,11 @@ void register_naive(const char* name, int level, NaiveStage* naive)
 double worst_in_silence(const NamedStage& stage)
 {
     using Clock = std::chrono::steady_clock;
-    constexpr std::size_t kCalls = 400;
+    constexpr std::size_t kCalls = 60; // by then the memory rests
     const std::vector<float> sound = noise<float>(kBlock), silence(kBlock);
     std::vector<float> out(kBlock);
     std::vector<double> fastest(kCalls, 1e9); // of each call, the first two on noise
-    for (int repetition = 0; repetition < 20; ++repetition) {
+    for (int repetition = 0; repetition < 500; ++repetition) {
         float ctx[9];
         RSMPL_InitContext(ctx);
         for (std::size_t call = 0; call < kCalls; ++call) {
