@@ -1,6 +1,6 @@
-// Outputs come in groups of eight, which a kernel sums side by side.  A call of eight frames or
-// more is cut into eight streams that go side by side instead: these share every tap, and a sample
-// of each lies next to the others'.
+// Outputs come in groups of eight, which a kernel sums side by side.  A call of at least
+// eight frames, with a group of outputs for each eighth of it, is cut into eight streams that go
+// side by side instead: these share every tap, and a sample of each lies next to the others'.
 //
 // Row i of the taps, taps[phase + i L] for every phase, meets the input i before the one that an
 // output stands at.  A tile is some groups that find the inputs of a row in one window; rows that
