@@ -5,7 +5,7 @@ foreach(header IN LISTS RSMPL_HEADERS)
     install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rsmpl/${room})
 endforeach()
 
-install(TARGETS rsmpl rsmpl_static EXPORT rsmplTargets
+install(TARGETS rsmpl rsmpl_static rsmpl_stream rsmpl_stream_static EXPORT rsmplTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/rsmpl)
@@ -17,8 +17,10 @@ install(FILES ${PROJECT_BINARY_DIR}/rsmplConfigVersion.cmake DESTINATION ${packa
 # Relative, so that an installed tree can be moved.
 file(RELATIVE_PATH pkgconfig_to_includedir
     ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_FULL_INCLUDEDIR}/rsmpl)
-configure_file(cmake/rsmpl.pc.in ${PROJECT_BINARY_DIR}/rsmpl.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/rsmpl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+foreach(module rsmpl rsmpl-stream)
+    configure_file(cmake/${module}.pc.in ${PROJECT_BINARY_DIR}/${module}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()
 
 foreach(section 1 3)
     configure_file(docs/man/rsmpl.${section}.in ${PROJECT_BINARY_DIR}/rsmpl.${section} @ONLY)

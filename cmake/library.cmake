@@ -9,7 +9,8 @@ set(RSMPL_HEADERS
     iir/Resample_IIRFilterDesign.h
     iir/Resample_Rsmpl_IIR_api.h
     spectral/Resample_CFFT.h
-    spectral/Resample_Complex.h)
+    spectral/Resample_Complex.h
+    stream/rsmpl_stream.h)
 
 # The library is made for speed whatever a host, a packager or a build type asks of the rest, but for
 # Debug: options of a target come after theirs.
@@ -73,24 +74,41 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
     list(APPEND rsmpl_sources $<TARGET_OBJECTS:rsmpl_kernels_avx2>)
 endif()
 
-set(version_script ${PROJECT_SOURCE_DIR}/cmake/rsmpl.map)
-add_library(rsmpl SHARED ${rsmpl_sources})
-set_target_properties(rsmpl PROPERTIES
-    VERSION ${PROJECT_VERSION}
-    SOVERSION ${PROJECT_VERSION_MAJOR}
-    LINK_DEPENDS ${version_script})
-target_link_options(rsmpl PRIVATE
-    -Wl,--version-script=${version_script} -Wl,-Bsymbolic-functions -Wl,-z,relro,-z,now)
+# rsmpl_libraries(NAME OBJECTS...): NAME, shared, exporting what cmake/NAME.map lists, and NAME_static,
+# under the same file name.
+function(rsmpl_libraries name)
+    set(version_script ${PROJECT_SOURCE_DIR}/cmake/${name}.map)
+    add_library(${name} SHARED ${ARGN})
+    set_target_properties(${name} PROPERTIES
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        INSTALL_RPATH $ORIGIN
+        LINK_DEPENDS ${version_script})
+    target_link_options(${name} PRIVATE
+        -Wl,--version-script=${version_script} -Wl,-Bsymbolic-functions -Wl,-z,relro,-z,now)
+    add_library(${name}_static STATIC ${ARGN})
+    set_target_properties(${name}_static PROPERTIES OUTPUT_NAME ${name})
+    foreach(library ${name} ${name}_static)
+        set_target_properties(${library} PROPERTIES LINKER_LANGUAGE CXX)
+        target_include_directories(${library} INTERFACE
+            $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+            $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/rsmpl>)
+    endforeach()
+endfunction()
 
-add_library(rsmpl_static STATIC ${rsmpl_sources})
-set_target_properties(rsmpl_static PROPERTIES OUTPUT_NAME rsmpl EXPORT_NAME static)
+rsmpl_libraries(rsmpl ${rsmpl_sources})
+set_target_properties(rsmpl_static PROPERTIES EXPORT_NAME static)
 target_link_libraries(rsmpl_static INTERFACE stdc++ m) # a host in C would not bring them
-
-foreach(library rsmpl rsmpl_static)
-    set_target_properties(${library} PROPERTIES LINKER_LANGUAGE CXX)
-    target_include_directories(${library} INTERFACE
-        $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
-        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/rsmpl>)
-endforeach()
 add_library(rsmpl::rsmpl ALIAS rsmpl)
 add_library(rsmpl::static ALIAS rsmpl_static)
+
+# The layer that hosts share, a library of its own on the other's exported calls.
+rsmpl_objects(rsmpl_stream_objects stream/road.cpp stream/rsmpl_stream.cpp)
+target_compile_options(rsmpl_stream_objects PRIVATE $<${optimised}:-O3>)
+rsmpl_libraries(rsmpl_stream $<TARGET_OBJECTS:rsmpl_stream_objects>)
+set_target_properties(rsmpl_stream PROPERTIES EXPORT_NAME stream)
+set_target_properties(rsmpl_stream_static PROPERTIES EXPORT_NAME stream_static)
+target_link_libraries(rsmpl_stream PRIVATE rsmpl)
+target_link_libraries(rsmpl_stream_static INTERFACE rsmpl_static)
+add_library(rsmpl::stream ALIAS rsmpl_stream)
+add_library(rsmpl::stream_static ALIAS rsmpl_stream_static)

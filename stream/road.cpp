@@ -1,0 +1,156 @@
+#include "stream/road_internal.h"
+
+#include "design/Resample_FIRFilterDesign.h"
+#include "iir/Resample_IIRFilterDesign.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <iterator>
+#include <new>
+#include <numeric>
+
+namespace rsmpl_streams
+{
+
+struct Stage {
+    int up, down;
+    float* (*init)(float* ctx);
+    void (*run)(const float* in, float* out, float* ctx, int len);
+    double edge, rejection, delay; // measured, as rsmpl_stream_info has them
+};
+
+namespace
+{
+
+constexpr Stage kStages[] = {
+    {2, 3, InitDownsample2_3, Downsample2_3, 0.876, 60, 0},
+    {1, 2, InitDownsample1_2, Downsample1_2, 0.876, 60, 0},
+    {1, 3, InitDownsample1_3, Downsample1_3, 0.876, 60, 0},
+    {1, 4, InitDownsample1_4, Downsample1_4, 0.876, 60, 0},
+    {1, 6, InitDownsample1_6, Downsample1_6, 0.876, 60, 0},
+    {3, 2, InitUpsample3_2, Upsample3_2, 0.876, 60, 0},
+    {2, 1, InitUpsample2_1, Upsample2_1, 0.876, 60, 0},
+    {3, 1, InitUpsample3_1, Upsample3_1, 0.876, 60, 0},
+    {4, 1, InitUpsample4_1, Upsample4_1, 0.876, 60, 0},
+    {6, 1, InitUpsample6_1, Upsample6_1, 0.876, 60, 0},
+};
+
+// Null when no stage has this ratio.
+const Stage* find_stage(int up, int down)
+{
+    const auto* const found =
+        std::find_if(std::begin(kStages), std::end(kStages),
+                     [=](const Stage& stage) { return stage.up == up && stage.down == down; });
+    return found == std::end(kStages) ? nullptr : found;
+}
+
+void describe_stage(const Stage& stage, rsmpl_stream_info& info)
+{
+    info.engine = RSMPL_ENGINE_IIR;
+    info.flat = 0.875;
+    info.edge = stage.edge;
+    info.ripple = 0.5;
+    info.rejection = stage.rejection;
+    info.delay = stage.delay;
+}
+
+void describe_copy(rsmpl_stream_info& info)
+{
+    info.engine = RSMPL_ENGINE_AUTO;
+    info.flat = info.edge = 1;
+    info.rejection = HUGE_VAL;
+}
+
+// A period of the lower rate is max(L, M) taps.  The filter reaches `kReach` of them, or a little
+// more, to either side of its centre, which is where an output stands:
+//
+//     delay = ceil(kReach * max(L, M) / M) output frames,   centre = delay * M
+//
+// It is symmetric about that tap.  Of its 2 * centre + 1 taps the last is left out, which like the
+// first is the end of the window, 0.
+constexpr int kReach = 48;
+constexpr float kCutoff = 0.93F; // of the lower Nyquist frequency
+
+std::vector<float> design(rsmpl_stream_info& info)
+{
+    const int longer = std::max(info.up, info.down);
+    const int delay = (kReach * longer + info.down - 1) / info.down;
+    const int centre = delay * info.down;
+    std::vector<float> taps(2 * static_cast<std::size_t>(centre) + 1);
+    if (GeneralFIRDesign(taps.data(), 2 * centre + 1, WIN_BLACKMAN, 0,
+                         kCutoff / 2 / static_cast<float>(longer), static_cast<float>(centre)) == 0)
+        throw std::bad_alloc();
+    taps.pop_back();
+    for (float& tap : taps)
+        tap *= static_cast<float>(info.up);
+    info.engine = RSMPL_ENGINE_FIR;
+    info.taps = 2 * centre;
+    info.flat = 0.85;
+    info.edge = 0.905;
+    info.ripple = 0.01;
+    info.rejection = 69;
+    info.delay = delay;
+    return taps;
+}
+
+} // namespace
+
+rsmpl_stream_status Road::choose(int in_rate, int out_rate, rsmpl_engine engine)
+{
+    if (in_rate < 1 || out_rate < 1)
+        return RSMPL_STREAM_BAD_RATES;
+    const int divisor = std::gcd(in_rate, out_rate);
+    info.in_rate = in_rate;
+    info.out_rate = out_rate;
+    info.up = out_rate / divisor;
+    info.down = in_rate / divisor;
+    if (std::max(info.up, info.down) > RSMPL_STREAM_MOST_RATIO)
+        return RSMPL_STREAM_BAD_RATES;
+    stage = engine == RSMPL_ENGINE_FIR ? nullptr : find_stage(info.up, info.down);
+    if (in_rate == out_rate)
+        describe_copy(info);
+    else if (stage != nullptr)
+        describe_stage(*stage, info);
+    else if (engine == RSMPL_ENGINE_IIR)
+        return RSMPL_STREAM_BAD_RATES;
+    else
+        taps = design(info);
+    return RSMPL_STREAM_OK;
+}
+
+Filter::Filter(const Road& road)
+    : stage_(road.stage), down_(static_cast<std::size_t>(road.info.down))
+{
+    if (road.info.engine == RSMPL_ENGINE_FIR) {
+        FIRMRState* state = nullptr;
+        const int made = FIRMRInitAlloc(&state, road.taps.data(), road.taps.size(),
+                                        static_cast<std::uint64_t>(road.info.up), down_);
+        fir_.reset(state);
+        if (made == 0)
+            throw std::bad_alloc();
+    }
+    reset();
+}
+
+void Filter::reset()
+{
+    if (stage_ != nullptr)
+        stage_->init(context_);
+    if (fir_) {
+        std::fill_n(fir_->delay, fir_->length, 0.0F);
+        fir_->index = 0;
+    }
+}
+
+void Filter::run(const float* in, float* out, std::size_t groups)
+{
+    if (stage_ != nullptr)
+        stage_->run(in, out, context_, static_cast<int>(groups * down_));
+    else if (fir_)
+        FIRMRFiltering(fir_.get(), in, out, groups);
+    else
+        std::copy_n(in, groups, out);
+}
+
+} // namespace rsmpl_streams

@@ -1,0 +1,137 @@
+/* rsmpl_stream.h - any rates, any block: sample-rate conversion as hosts want it.
+ *
+ *     rsmpl_stream* stream;
+ *     if (rsmpl_stream_open(&stream, 2, 44100, 16000, RSMPL_ENGINE_AUTO, 0) != RSMPL_STREAM_OK)
+ *         return 1;
+ *     short out[2 * ROOM];                   rsmpl_stream_outputs(stream, n) tells how much room
+ *     m = rsmpl_stream_run_short(stream, in, n, out);          per block, n as it comes
+ *     m = rsmpl_stream_finish_short(stream, out);              at the end of a file
+ *     rsmpl_stream_close(stream);
+ *
+ * The rates are reduced to out / in = L / M; both can be 1 to 1024.  Three engines serve them:
+ *
+ *     copy   equal rates: what goes in comes out
+ *     IIR    the ten stages, L : M = 2:3 1:2 1:3 1:4 1:6 3:2 2:1 3:1 4:1 6:1; next to no delay
+ *     FIR    any other, or all when asked for; linear phase, the same delay for all frequencies
+ *
+ * Frames.  A frame is one sample of each channel; lengths and delays count frames.  Samples are
+ * interleaved, in[frame * channels + channel], or planar, in[channel][frame].  in and out must not
+ * overlap.  Floats have no full scale and are never clipped; NaN and infinity flow through, and a
+ * reset recovers.  16-bit samples are rounded to nearest, clipped at the limits, and counted.
+ *
+ * Counts.  After n frames floor(n / M) * L frames have been delivered, however the n were split:
+ * up to M - 1 wait for their group.  finish completes the group with silence, and the sum is
+ * ceil(n * L / M).  With RSMPL_STREAM_ALIGNED the first round(delay) frames are left out, and
+ * finish delivers as many more, so that what went in comes out in its place and the sum is
+ * ceil(n * L / M) again.  For files that is what one wants; a live stream does without.
+ * rsmpl_stream_outputs and rsmpl_stream_tail tell each count before the call.  Splits of one stream
+ * give the same samples; IIR, which keeps its memory in single precision between calls, to 1e-6
+ * of the loudest one, FIR to the bit.
+ *
+ * What each conversion is good at, up to the lower one of the two Nyquist frequencies, N, measured:
+ *
+ *              ripple, up to   -1 dB at    from N on   delay, of an output frame
+ *     1:6      0.50  0.875 N   0.876 N     -60 dB      1.13
+ * @TABLE@
+ *
+ * A stage's delay is that of a tone at N / 10 and grows towards the edge.  Its level is 0 to -0.5
+ * dB, -0.5 dB at DC.  No output of a stage exceeds 3.4 times the largest input; @FIR@.
+ *
+ * One thread at a time per stream; distinct streams are independent, also while another is opened.
+ * [rt]: neither allocates, locks, prints nor touches files; calls that convert take 24 KiB of
+ * stack.  A null in stands for silence; out may be
+ * null where it gets no frames. */
+#ifndef RSMPL_RSMPL_STREAM_H
+#define RSMPL_RSMPL_STREAM_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#pragma GCC visibility push(default)
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct rsmpl_stream rsmpl_stream;
+
+typedef enum {
+    RSMPL_ENGINE_AUTO, /* a stage where there is one, otherwise FIR */
+    RSMPL_ENGINE_IIR,
+    RSMPL_ENGINE_FIR
+} rsmpl_engine;
+
+typedef enum {
+    RSMPL_STREAM_OK,
+    RSMPL_STREAM_BAD_ARGUMENT, /* null, channels not 1 to 64, unknown engine or flags */
+    RSMPL_STREAM_BAD_RATES,    /* a rate below 1, L or M above 1024, or no stage for them */
+    RSMPL_STREAM_NO_MEMORY
+} rsmpl_stream_status;
+
+/* Flags of open. */
+enum { RSMPL_STREAM_ALIGNED = 1 };
+
+enum { RSMPL_STREAM_MOST_CHANNELS = 64, RSMPL_STREAM_MOST_RATIO = 1024 };
+
+typedef struct rsmpl_stream_info {
+    rsmpl_engine engine; /* IIR or FIR; AUTO for a copy */
+    int channels;
+    int in_rate, out_rate; /* Hz */
+    int up, down;          /* L, M */
+    int taps;              /* of the FIR filter at in_rate * L; 0 without one */
+    double flat;           /* as parts of the lower Nyquist frequency: where the ripple ends, */
+    double edge;           /* and where the response is 1 dB below its maximum */
+    double ripple;         /* dB between the strongest and the weakest tone up to `flat` */
+    double rejection;      /* dB from the maximum down to the strongest alias or image */
+    double delay;          /* rsmpl_stream_delay */
+} rsmpl_stream_info;
+
+/* Opens a stream of 1 to 64 channels; rates in Hz; flags 0 or RSMPL_STREAM_ALIGNED.  Equal rates
+ * are a copy with any engine.  What is found wrong first is the result; *stream is then null.  This
+ * is the only call that allocates: some KiB, and with FIR, per channel, up to 2 MiB. */
+rsmpl_stream_status rsmpl_stream_open(rsmpl_stream** stream, int channels, int in_rate,
+                                      int out_rate, rsmpl_engine engine, unsigned flags);
+
+/* Releases the stream; null is ignored. */
+void rsmpl_stream_close(rsmpl_stream* stream);
+
+/* As just opened: silent past, counts and clipped at 0.  [rt] */
+void rsmpl_stream_reset(rsmpl_stream* stream);
+
+/* The frames that the next run with so many frames delivers.  [rt] */
+size_t rsmpl_stream_outputs(const rsmpl_stream* stream, size_t frames);
+
+/* Takes `frames` frames from 0 up; returns the frames that it wrote to out.  [rt] */
+size_t rsmpl_stream_run_float(rsmpl_stream* stream, const float* in, size_t frames, float* out);
+size_t rsmpl_stream_run_short(rsmpl_stream* stream, const short* in, size_t frames, short* out);
+size_t rsmpl_stream_run_rows(rsmpl_stream* stream, const float* const* in, size_t frames,
+                             float* const* out);
+
+/* The frames that finish delivers.  [rt] */
+size_t rsmpl_stream_tail(const rsmpl_stream* stream);
+
+/* Ends the stream: writes its last frames and returns how many.  It is then as just opened, but for
+ * what rsmpl_stream_clipped tells, which goes on.  [rt] */
+size_t rsmpl_stream_finish_float(rsmpl_stream* stream, float* out);
+size_t rsmpl_stream_finish_short(rsmpl_stream* stream, short* out);
+size_t rsmpl_stream_finish_rows(rsmpl_stream* stream, float* const* out);
+
+/* By how many output frames the filter delays a tone at a tenth of the lower Nyquist frequency.
+ * RSMPL_STREAM_ALIGNED makes up for it, rounded to whole frames, and leaves this figure as it
+ * is.  [rt] */
+double rsmpl_stream_delay(const rsmpl_stream* stream);
+
+/* 16-bit samples that were clipped since open or reset.  [rt] */
+uint64_t rsmpl_stream_clipped(const rsmpl_stream* stream);
+
+/* What serves the stream.  [rt] */
+void rsmpl_stream_describe(const rsmpl_stream* stream, rsmpl_stream_info* info);
+
+/* A status in words, never null.  [rt] */
+const char* rsmpl_stream_message(rsmpl_stream_status status);
+
+#ifdef __cplusplus
+}
+#endif
+#pragma GCC visibility pop
+
+#endif
