@@ -17,23 +17,23 @@ struct Stage {
     int up, down;
     float* (*init)(float* ctx);
     void (*run)(const float* in, float* out, float* ctx, int len);
-    double edge, rejection, delay; // measured, as rsmpl_stream_info has them
+    double edge, delay; // measured, as in rsmpl_stream_info
 };
 
 namespace
 {
 
 constexpr Stage kStages[] = {
-    {2, 3, InitDownsample2_3, Downsample2_3, 0.876, 60, 0},
-    {1, 2, InitDownsample1_2, Downsample1_2, 0.876, 60, 0},
-    {1, 3, InitDownsample1_3, Downsample1_3, 0.876, 60, 0},
-    {1, 4, InitDownsample1_4, Downsample1_4, 0.876, 60, 0},
-    {1, 6, InitDownsample1_6, Downsample1_6, 0.876, 60, 0},
-    {3, 2, InitUpsample3_2, Upsample3_2, 0.876, 60, 0},
-    {2, 1, InitUpsample2_1, Upsample2_1, 0.876, 60, 0},
-    {3, 1, InitUpsample3_1, Upsample3_1, 0.876, 60, 0},
-    {4, 1, InitUpsample4_1, Upsample4_1, 0.876, 60, 0},
-    {6, 1, InitUpsample6_1, Upsample6_1, 0.876, 60, 0},
+    {2, 3, InitDownsample2_3, Downsample2_3, 0.8773, 1.4407},
+    {1, 2, InitDownsample1_2, Downsample1_2, 0.8768, 1.2956},
+    {1, 3, InitDownsample1_3, Downsample1_3, 0.8773, 1.4407},
+    {1, 4, InitDownsample1_4, Downsample1_4, 0.8774, 1.4905},
+    {1, 6, InitDownsample1_6, Downsample1_6, 0.8774, 1.5256},
+    {3, 2, InitUpsample3_2, Upsample3_2, 0.8772, 2.1610},
+    {2, 1, InitUpsample2_1, Upsample2_1, 0.8768, 2.5913},
+    {3, 1, InitUpsample3_1, Upsample3_1, 0.8772, 4.3220},
+    {4, 1, InitUpsample4_1, Upsample4_1, 0.8773, 5.9616},
+    {6, 1, InitUpsample6_1, Upsample6_1, 0.8774, 9.1538},
 };
 
 // Null when no stage has this ratio.
@@ -51,7 +51,7 @@ void describe_stage(const Stage& stage, rsmpl_stream_info& info)
     info.flat = 0.875;
     info.edge = stage.edge;
     info.ripple = 0.5;
-    info.rejection = stage.rejection;
+    info.rejection = 60;
     info.delay = stage.delay;
 }
 
@@ -86,10 +86,10 @@ std::vector<float> design(rsmpl_stream_info& info)
         tap *= static_cast<float>(info.up);
     info.engine = RSMPL_ENGINE_FIR;
     info.taps = 2 * centre;
-    info.flat = 0.85;
-    info.edge = 0.905;
+    info.flat = 0.87;
+    info.edge = 0.902;
     info.ripple = 0.01;
-    info.rejection = 69;
+    info.rejection = 73;
     info.delay = delay;
     return taps;
 }

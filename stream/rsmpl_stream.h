@@ -30,12 +30,22 @@
  *
  * What each conversion is good at, up to the lower one of the two Nyquist frequencies, N, measured:
  *
- *              ripple, up to   -1 dB at    from N on   delay, of an output frame
- *     1:6      0.50  0.875 N   0.876 N     -60 dB      1.13
- * @TABLE@
+ *              ripple, up to     -1 dB at    from N on    delay, output frames
+ *     2:3      0.5 dB  0.875 N   0.877 N     -60 dB       1.44
+ *     1:2      0.5     0.875     0.876       -60          1.30
+ *     1:3      0.5     0.875     0.877       -60          1.44
+ *     1:4      0.5     0.875     0.877       -60          1.49
+ *     1:6      0.5     0.875     0.877       -60          1.53
+ *     3:2      0.5     0.875     0.877       -60          2.16
+ *     2:1      0.5     0.875     0.876       -60          2.59
+ *     3:1      0.5     0.875     0.877       -60          4.32
+ *     4:1      0.5     0.875     0.877       -60          5.96
+ *     6:1      0.5     0.875     0.877       -60          9.15
+ *     FIR      0.01    0.87      0.902       -73          48 max(L, M) / M, rounded up
  *
- * A stage's delay is that of a tone at N / 10 and grows towards the edge.  Its level is 0 to -0.5
- * dB, -0.5 dB at DC.  No output of a stage exceeds 3.4 times the largest input; @FIR@.
+ * A stage's delay is that of a tone at N / 10, and grows towards the edge.  Its level is -0.5 dB at
+ * DC, and 0 dB at most; FIR's is 0 dB.  No output exceeds the largest input times 3.4 with a stage,
+ * times 2.6 with FIR.
  *
  * One thread at a time per stream; distinct streams are independent, also while another is opened.
  * [rt]: neither allocates, locks, prints nor touches files; calls that convert take 24 KiB of
