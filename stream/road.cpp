@@ -72,26 +72,37 @@ void describe_copy(rsmpl_stream_info& info)
 constexpr int kReach = 48;
 constexpr float kCutoff = 0.93F; // of the lower Nyquist frequency
 
-std::vector<float> design(rsmpl_stream_info& info)
+std::vector<float> design(int centre, int up, int longer)
 {
-    const int longer = std::max(info.up, info.down);
-    const int delay = (kReach * longer + info.down - 1) / info.down;
-    const int centre = delay * info.down;
     std::vector<float> taps(2 * static_cast<std::size_t>(centre) + 1);
     if (GeneralFIRDesign(taps.data(), 2 * centre + 1, WIN_BLACKMAN, 0,
                          kCutoff / 2 / static_cast<float>(longer), static_cast<float>(centre)) == 0)
         throw std::bad_alloc();
     taps.pop_back();
     for (float& tap : taps)
-        tap *= static_cast<float>(info.up);
+        tap *= static_cast<float>(up);
+    return taps;
+}
+
+FIRMRState* make_fir(rsmpl_stream_info& info)
+{
+    const int longer = std::max(info.up, info.down);
+    const int delay = (kReach * longer + info.down - 1) / info.down;
+    const std::vector<float> taps = design(delay * info.down, info.up, longer);
+    FIRMRState* fir = nullptr;
+    if (FIRMRInitAlloc(&fir, taps.data(), taps.size(), static_cast<std::uint64_t>(info.up),
+                       static_cast<std::uint64_t>(info.down)) == 0) {
+        FIRMRFree(fir);
+        throw std::bad_alloc();
+    }
     info.engine = RSMPL_ENGINE_FIR;
-    info.taps = 2 * centre;
+    info.taps = static_cast<int>(taps.size());
     info.flat = 0.87;
     info.edge = 0.902;
     info.ripple = 0.01;
     info.rejection = 73;
     info.delay = delay;
-    return taps;
+    return fir;
 }
 
 } // namespace
@@ -115,20 +126,17 @@ rsmpl_stream_status Road::choose(int in_rate, int out_rate, rsmpl_engine engine)
     else if (engine == RSMPL_ENGINE_IIR)
         return RSMPL_STREAM_BAD_RATES;
     else
-        taps = design(info);
+        fir.reset(make_fir(info));
     return RSMPL_STREAM_OK;
 }
 
 Filter::Filter(const Road& road)
     : stage_(road.stage), down_(static_cast<std::size_t>(road.info.down))
 {
-    if (road.info.engine == RSMPL_ENGINE_FIR) {
-        FIRMRState* state = nullptr;
-        const int made = FIRMRInitAlloc(&state, road.taps.data(), road.taps.size(),
-                                        static_cast<std::uint64_t>(road.info.up), down_);
-        fir_.reset(state);
-        if (made == 0)
-            throw std::bad_alloc();
+    if (road.fir) {
+        fir_ = *road.fir;
+        line_.resize(fir_.length);
+        fir_.delay = line_.data();
     }
     reset();
 }
@@ -137,18 +145,16 @@ void Filter::reset()
 {
     if (stage_ != nullptr)
         stage_->init(context_);
-    if (fir_) {
-        std::fill_n(fir_->delay, fir_->length, 0.0F);
-        fir_->index = 0;
-    }
+    std::fill(line_.begin(), line_.end(), 0.0F);
+    fir_.index = 0;
 }
 
 void Filter::run(const float* in, float* out, std::size_t groups)
 {
     if (stage_ != nullptr)
         stage_->run(in, out, context_, static_cast<int>(groups * down_));
-    else if (fir_)
-        FIRMRFiltering(fir_.get(), in, out, groups);
+    else if (!line_.empty())
+        FIRMRFiltering(&fir_, in, out, groups);
     else
         std::copy_n(in, groups, out);
 }

@@ -22,10 +22,10 @@ struct Road {
 
     rsmpl_stream_info info{};
     const Stage* stage = nullptr; // with RSMPL_ENGINE_IIR
-    std::vector<float> taps;      // with RSMPL_ENGINE_FIR
+    std::unique_ptr<FIRMRState, decltype(&FIRMRFree)> fir{nullptr, FIRMRFree}; // with ..._FIR
 };
 
-// The filter of one channel.
+// The filter of one channel.  The road outlives it: channels share its taps.
 class Filter
 {
 public:
@@ -38,11 +38,10 @@ public:
     void run(const float* in, float* out, std::size_t groups);
 
 private:
-    using Fir = std::unique_ptr<FIRMRState, decltype(&FIRMRFree)>;
-
     const Stage* stage_;
     float context_[9] = {};
-    Fir fir_{nullptr, FIRMRFree};
+    FIRMRState fir_{}; // a copy of the road's, with a delay line of its own
+    std::vector<float> line_;
     std::size_t down_;
 };
 

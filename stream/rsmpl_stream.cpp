@@ -23,17 +23,17 @@ using rsmpl_streams::Road;
 using std::size_t;
 
 struct rsmpl_stream {
-    rsmpl_stream_info info;
-    size_t up, down;             // L, M
+    Road road;
+    size_t up = 0, down = 0;     // L, M
     std::vector<Filter> filters; // one per channel
     std::vector<float> pending;  // channel by channel, room for M frames each
-    size_t waiting;              // of them in use
-    size_t lead;                 // frames that an aligned stream leaves out
-    size_t skip;                 // of these still to come
-    size_t groups_at_once;       // that the scratch holds
+    size_t waiting = 0;          // of them in use
+    size_t lead = 0;             // frames that an aligned stream leaves out
+    size_t skip = 0;             // of these still to come
+    size_t groups_at_once = 0;   // that the scratch holds
     std::vector<float> scratch_in;
     std::vector<float> scratch_out;
-    std::uint64_t clipped;
+    std::uint64_t clipped = 0;
 };
 
 namespace
@@ -241,26 +241,23 @@ size_t finish(rsmpl_stream* stream, const Block& block)
     return tail;
 }
 
-std::unique_ptr<rsmpl_stream> make(Road road, int channels, unsigned flags)
+// Room for all that the stream's road needs with so many channels.
+void furnish(rsmpl_stream& s, int channels, unsigned flags)
 {
-    auto s = std::make_unique<rsmpl_stream>();
     const auto count = static_cast<size_t>(channels);
-    road.info.channels = channels;
-    s->up = static_cast<size_t>(road.info.up);
-    s->down = static_cast<size_t>(road.info.down);
-    s->filters.reserve(count);
+    s.road.info.channels = channels;
+    s.up = static_cast<size_t>(s.road.info.up);
+    s.down = static_cast<size_t>(s.road.info.down);
+    s.filters.reserve(count);
     for (size_t c = 0; c < count; ++c)
-        s->filters.emplace_back(road);
-    s->groups_at_once = std::max<size_t>(1, kScratch / std::max(s->up, s->down));
-    s->pending.resize(count * s->down);
-    s->scratch_in.resize(s->groups_at_once * s->down);
-    s->scratch_out.resize(s->groups_at_once * s->up);
+        s.filters.emplace_back(s.road);
+    s.groups_at_once = std::max<size_t>(1, kScratch / std::max(s.up, s.down));
+    s.pending.resize(count * s.down);
+    s.scratch_in.resize(s.groups_at_once * s.down);
+    s.scratch_out.resize(s.groups_at_once * s.up);
     if ((flags & RSMPL_STREAM_ALIGNED) != 0)
-        s->lead = static_cast<size_t>(std::lround(road.info.delay));
-    s->info = road.info;
-    s->clipped = 0;
-    start(*s);
-    return s;
+        s.lead = static_cast<size_t>(std::lround(s.road.info.delay));
+    start(s);
 }
 
 } // namespace
@@ -275,11 +272,13 @@ rsmpl_stream_status rsmpl_stream_open(rsmpl_stream** stream, int channels, int i
         static_cast<unsigned>(engine) > RSMPL_ENGINE_FIR || flags > RSMPL_STREAM_ALIGNED)
         return RSMPL_STREAM_BAD_ARGUMENT;
     try {
-        Road road;
-        const rsmpl_stream_status status = road.choose(in_rate, out_rate, engine);
-        if (status == RSMPL_STREAM_OK)
-            *stream = make(road, channels, flags).release();
-        return status;
+        auto opened = std::make_unique<rsmpl_stream>();
+        const rsmpl_stream_status status = opened->road.choose(in_rate, out_rate, engine);
+        if (status != RSMPL_STREAM_OK)
+            return status;
+        furnish(*opened, channels, flags);
+        *stream = opened.release();
+        return RSMPL_STREAM_OK;
     } catch (const std::bad_alloc&) {
         return RSMPL_STREAM_NO_MEMORY;
     }
@@ -345,7 +344,7 @@ size_t rsmpl_stream_finish_rows(rsmpl_stream* stream, float* const* out)
 
 double rsmpl_stream_delay(const rsmpl_stream* stream)
 {
-    return stream->info.delay;
+    return stream->road.info.delay;
 }
 
 std::uint64_t rsmpl_stream_clipped(const rsmpl_stream* stream)
@@ -355,7 +354,7 @@ std::uint64_t rsmpl_stream_clipped(const rsmpl_stream* stream)
 
 void rsmpl_stream_describe(const rsmpl_stream* stream, rsmpl_stream_info* info)
 {
-    *info = stream->info;
+    *info = stream->road.info;
 }
 
 const char* rsmpl_stream_message(rsmpl_stream_status status)
