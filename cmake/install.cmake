@@ -22,8 +22,8 @@ foreach(module rsmpl rsmpl-stream)
     install(FILES ${PROJECT_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
 
-foreach(section 1 3)
-    configure_file(docs/man/rsmpl.${section}.in ${PROJECT_BINARY_DIR}/rsmpl.${section} @ONLY)
-    install(FILES ${PROJECT_BINARY_DIR}/rsmpl.${section}
-        DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section})
+foreach(page rsmpl.1 rsmpl.3 rsmpl_stream.3)
+    string(REGEX REPLACE "^.*\\." "" section ${page})
+    configure_file(docs/man/${page}.in ${PROJECT_BINARY_DIR}/${page} @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section})
 endforeach()
