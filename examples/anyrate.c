@@ -1,0 +1,26 @@
+/* 16-bit mono PCM from standard input at 44.1 kHz to standard output at 16 kHz, the delay of the
+ * filter taken out: n samples become ceil(n * 160 / 441). */
+#include "stream/rsmpl_stream.h"
+#include <stdio.h>
+
+enum {
+    BLOCK = 1000,
+    ROOM = 640
+}; /* 22.7 ms, any length would do; room for two groups of 160 more */
+
+int main(void)
+{
+    short in[BLOCK], out[ROOM];
+    rsmpl_stream* stream;
+    rsmpl_stream_status status =
+        rsmpl_stream_open(&stream, 1, 44100, 16000, RSMPL_ENGINE_AUTO, RSMPL_STREAM_ALIGNED);
+    if (status != RSMPL_STREAM_OK) {
+        fprintf(stderr, "%s\n", rsmpl_stream_message(status));
+        return 1;
+    }
+    for (size_t count; (count = fread(in, sizeof in[0], BLOCK, stdin)) > 0;)
+        fwrite(out, sizeof out[0], rsmpl_stream_run_short(stream, in, count, out), stdout);
+    fwrite(out, sizeof out[0], rsmpl_stream_finish_short(stream, out), stdout);
+    rsmpl_stream_close(stream);
+    return 0;
+}
