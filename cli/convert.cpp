@@ -1,155 +1,168 @@
 #include "cli/convert.h"
 
-#include "api/resample_api.h"
+#include "cli/engine.h"
 #include "cli/file_error.h"
+#include "cli/level.h"
+#include "cli/output.h"
 #include "cli/recording.h"
-#include "cli/wav_output.h"
-#include "iir/Resample_Rsmpl_IIR_api.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
+#include <chrono>
 #include <cmath>
-#include <filesystem>
-#include <memory>
-#include <vector>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
 
-constexpr int kRatio = 3;
-constexpr int kOutRate = Recording::kRate / kRatio;
-constexpr int kBlock = 960;
-constexpr int kOutBlock = kBlock / kRatio;
-constexpr unsigned kDecimate1_3 = 2; // ratio code
+// Of a block; long ones suit the FIR filters, short ones the caches.
+constexpr std::size_t kBlockSamples = 16384;
 
-using Handle = std::unique_ptr<resample_handle, void (*)(resample_handle*)>;
-
-std::size_t block_size(int channels, int frames)
-{
-    return static_cast<std::size_t>(channels) * static_cast<std::size_t>(frames);
-}
+// The largest sample that never clips, whatever it is rounded to, and the largest that a device's
+// filter may make of unrounded input: rounding changes that by one unit at most, which the filter
+// can raise by 3.2.
+constexpr double kMost = 32767, kMostOfDevice = 32767 - 4;
 
 double decibels(double ratio)
 {
     return 20 * std::log10(ratio);
 }
 
-// The public calls deliver 16 bits, from which a wrapped sample can't be told.  So the same
-// filter runs beside them once more, on floats, and shows what they cut.
-class WrapWatch
+// To a tenth of a decibel, upwards; 0 for what is not too loud.
+double turn_down(double excess)
 {
-public:
-    explicit WrapWatch(int channels) : contexts_(static_cast<std::size_t>(channels))
-    {
-        for (Context& context : contexts_)
-            RSMPL_InitContext(context.data());
+    return excess > 1 ? std::ceil(10 * decibels(excess)) / 10 : 0;
+}
+
+void check_apart(const Job& job)
+{
+    const auto look = [](const std::string& name, int standard, struct stat& status) {
+        return (name == "-" ? fstat(standard, &status) : stat(name.c_str(), &status)) == 0;
+    };
+    struct stat in, out;
+    if (look(job.in, STDIN_FILENO, in) && look(job.out, STDOUT_FILENO, out) &&
+        S_ISREG(in.st_mode) && in.st_dev == out.st_dev && in.st_ino == out.st_ino)
+        throw FileError(job.out, "output and input are the same file");
+}
+
+// In frames; short where few frames make many.
+std::size_t block_frames(const rsmpl_stream_info& info)
+{
+    const std::size_t frames = kBlockSamples / static_cast<std::size_t>(info.channels);
+    if (info.up <= info.down)
+        return frames;
+    return std::max<std::size_t>(1, frames * static_cast<std::size_t>(info.down) /
+                                        static_cast<std::size_t>(info.up));
+}
+
+// Everything from `in` through `resampler` to `take`.
+template <typename Take>
+std::int64_t run_all(Recording& in, Resampler& resampler, Progress& progress, double share,
+                     const Take& take)
+{
+    const std::size_t block = block_frames(resampler.info());
+    std::vector<float> samples(block * static_cast<std::size_t>(in.channels())), out;
+    std::int64_t frames = 0;
+    while (const std::size_t count = in.read(samples.data(), block)) {
+        resampler.run(samples.data(), count, out);
+        take(out);
+        frames += static_cast<std::int64_t>(count);
+        const auto done = static_cast<double>(count);
+        progress.add(in.frames() > 0 ? share * done / static_cast<double>(in.frames()) : 0,
+                     done / in.rate());
     }
+    resampler.finish(out);
+    take(out);
+    return frames;
+}
 
-    // One block of input; `kept` of its outputs per channel are delivered.
-    void watch(const short* planar, int kept)
-    {
-        std::array<float, kBlock> samples;
-        for (Context& context : contexts_) {
-            std::copy_n(planar, kBlock, samples.begin());
-            RSMPL_Down(context.data(), samples.data(), samples.data(), kBlock, kDecimate1_3);
-            std::for_each_n(samples.begin(), kept, [this](float value) { count(value); });
-            planar += kBlock;
-        }
-    }
+// By how many decibels the input must be turned down so that nothing clips nor wraps.
+double measure(const Job& job, const Options& options, double gain, Progress& progress,
+               double share)
+{
+    const bool device = options.engine == Engine::kDevice;
+    Options filter = options;
+    filter.engine = device ? Engine::kIir : options.engine;
+    Recording in(job.in, options);
+    if (in.is_live())
+        throw FileError(job.in, "--safe reads the input twice, which a pipe can't; "
+                                "write it to a file first");
+    in.set_gain(gain);
+    const auto resampler = open_resampler(job.in, in.channels(), in.rate(), filter);
+    float peak = 0;
+    run_all(in, *resampler, progress, share,
+            [&](const std::vector<float>& out) { peak = peak_of(out.data(), out.size(), peak); });
+    return turn_down(
+        std::max(peak / (device ? kMostOfDevice : kMost), device ? in.peak() / kMost : 0));
+}
 
-    std::int64_t wrapped() const { return wrapped_; }
-
-    // How much quieter the input must be.  The margin is for its rounding, at most one unit,
-    // which the filter can raise by 3.2.
-    double excess_db() const { return decibels(peak_ / (32767 - 4)); }
-
-private:
-    using Context = std::array<float, 9>;
-
-    void count(float value)
-    {
-        peak_ = std::max(peak_, std::fabs(value));
-        if (value >= 32768.0F || value <= -32769.0F) // truncation happens toward zero
-            ++wrapped_;
-    }
-
-    std::vector<Context> contexts_;
-    std::int64_t wrapped_ = 0;
-    float peak_ = 0;
-};
-
-// To a tenth of a decibel, upwards.  What clipped on the way in says nothing of its filtered
-// peak; then the filter's worst case counts, a raise by 3.18 or 10.04 dB.
-double turn_down_db(const Recording& recording, const WrapWatch& watch)
+// What clipped on its way into a device says nothing of its filtered peak; then the filter's worst
+// case counts, a raise by 3.18 or 10.04 dB.
+double advice(const Report& report, const Resampler& resampler, float in_peak, float out_peak)
 {
     constexpr double kWorstCase = 3.18;
-    const double excess =
-        recording.peak() > 1 ? decibels(recording.peak() * kWorstCase) : watch.excess_db();
-    return watch.wrapped() == 0 ? 0 : std::ceil(10 * excess) / 10;
+    if (report.engine != Engine::kDevice)
+        return turn_down(out_peak / kMost);
+    if (report.clipped_inputs > 0)
+        return turn_down(in_peak / kMost * kWorstCase);
+    return report.wrapped > 0 ? turn_down(resampler.filtered_peak() / kMostOfDevice) : 0;
 }
 
-void check_apart(const std::string& in, const std::string& out)
+// ceil(frames L / M), or -1 when they are not known.
+std::int64_t expected_frames(std::int64_t frames, const rsmpl_stream_info& info)
 {
-    std::error_code not_there;
-    if (std::filesystem::equivalent(in, out, not_there))
-        throw FileError(out, "output and input are the same file");
+    const std::int64_t whole = frames / info.down, part = frames % info.down;
+    return frames < 0 ? -1 : whole * info.up + (part * info.up + info.down - 1) / info.down;
 }
 
-// planar[c][i] = interleaved[i][c], zeros from `frames` to the end of the block.
-void to_planar(const std::vector<short>& interleaved, std::vector<short>& planar, int frames)
+double gain_for(double decibels)
 {
-    const std::size_t channels = planar.size() / kBlock;
-    std::fill(planar.begin(), planar.end(), short{0});
-    for (std::size_t i = 0; i < static_cast<std::size_t>(frames); ++i)
-        for (std::size_t c = 0; c < channels; ++c)
-            planar[c * kBlock + i] = interleaved[i * channels + c];
+    return std::pow(10, decibels / 20);
 }
 
-void to_interleaved(const std::vector<short>& planar, std::vector<short>& interleaved)
+void convert(Report& report, const Options& options, Progress& progress, double share)
 {
-    const std::size_t channels = planar.size() / kOutBlock;
-    for (std::size_t c = 0; c < channels; ++c)
-        for (std::size_t i = 0; i < kOutBlock; ++i)
-            interleaved[i * channels + c] = planar[c * kOutBlock + i];
+    const Job& job = report.job;
+    const Format format = format_of(job.out, options);
+    Recording in(job.in, options);
+    in.set_gain(gain_for(report.gain_db));
+    const auto resampler = open_resampler(job.in, in.channels(), in.rate(), options);
+    report.stream = resampler->info();
+    Output out(job.out, {format, options.bits, in.channels(), options.rate,
+                         expected_frames(in.frames(), report.stream)});
+    if (in.file() != nullptr)
+        out.copy_tags(in.file(), report.stream.up, report.stream.down);
+    report.frames_in = run_all(in, *resampler, progress, share,
+                               [&out](const std::vector<float>& samples) { out.write(samples); });
+    out.commit();
+    report.frames_out = out.frames();
+    report.peak = out.peak() / Recording::kFullScale;
+    report.clipped = out.clipped();
+    report.clipped_inputs = resampler->clipped_inputs();
+    report.wrapped = resampler->wrapped();
+    if (options.bits != Bits::kFloat || report.engine == Engine::kDevice)
+        report.turn_down_db = advice(report, *resampler, in.peak(), out.peak());
+    report.not_finite = in.not_finite();
+    report.truncation = in.truncation();
 }
 
 } // namespace
 
-Conversion convert(const std::string& in, const std::string& out)
+Report convert(const Job& job, const Options& options, Progress& progress, double share)
 {
-    Recording recording(in);
-    check_apart(in, out);
-    WavOutput output(out, recording.channels(), kOutRate);
-
-    Conversion done;
-    done.channels = recording.channels();
-    const int block = done.channels * kBlock;
-    const Handle handle(resample_init(done.channels, Recording::kRate, kOutRate, kBlock),
-                        resample_exit);
-    if (!handle)
-        throw FileError(in, ENOMEM);
-    WrapWatch watch(done.channels);
-    std::vector<short> interleaved(block_size(done.channels, kBlock));
-    std::vector<short> planar(interleaved.size());
-    std::vector<short> filtered(block_size(done.channels, kOutBlock));
-
-    int frames = kBlock;
-    while (frames == kBlock && (frames = recording.read(interleaved.data(), kBlock)) > 0) {
-        const int kept = (frames + kRatio - 1) / kRatio;
-        to_planar(interleaved, planar, frames);
-        if (resample_process(handle.get(), planar.data(), filtered.data(), block) != 0)
-            throw FileError(in, EINVAL);
-        watch.watch(planar.data(), kept);
-        to_interleaved(filtered, interleaved);
-        output.write(interleaved.data(), kept);
-        done.frames_in += frames;
-        done.frames_out += kept;
+    const auto began = std::chrono::steady_clock::now();
+    Report report;
+    report.job = job;
+    report.engine = options.engine;
+    report.aligned = options.align && options.engine != Engine::kDevice;
+    report.gain_db = options.gain_db;
+    check_apart(job);
+    if (options.safe && options.bits != Bits::kFloat) {
+        share /= 2;
+        report.gain_db -= measure(job, options, gain_for(options.gain_db), progress, share);
     }
-    if (done.frames_in == 0)
-        throw FileError(in, "the file holds no audio");
-    output.commit();
-    done.wrapped = watch.wrapped();
-    done.turn_down_db = turn_down_db(recording, watch);
-    return done;
+    convert(report, options, progress, share);
+    report.seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
+    return report;
 }

@@ -1,12 +1,14 @@
-// rsmpl IN OUT: a 48 kHz recording to a 16 kHz WAV file.
-#include "cli/convert.h"
+// rsmpl: recordings to another sample rate.
+#include "cli/batch.h"
 #include "cli/file_error.h"
+#include "cli/interrupt.h"
+#include "cli/recording.h"
 
-#include <cerrno>
-#include <cinttypes>
 #include <CLI/CLI.hpp>
+#include <climits>
 #include <cstdio>
 #include <exception>
+#include <map>
 #include <string>
 
 namespace
@@ -14,36 +16,186 @@ namespace
 
 enum ExitStatus { kDone = 0, kFailed = 1, kWrongUsage = 2 };
 
-void print_summary(const Conversion& done)
+constexpr char kExamples[] =
+    R"(Examples:
+  rsmpl talk.wav talk16.wav                        to 16 kHz, in its place in time
+  rsmpl -r 48000 talk16.wav talk48.wav             and up again
+  rsmpl -r 44100 --bits 24 master.wav cd.flac      another format
+  rsmpl --safe loud.wav out.wav                    turned down so that nothing clips
+  rsmpl --engine device mic.wav board.wav          as resample_process does it on a device
+  arecord -t raw -f S16_LE -r 48000 | rsmpl --raw 48000,1 - - | recogniser
+  rsmpl --out-dir out -j 4 corpus/*/*.wav          many files, by four threads
+  rsmpl --json talk.wav talk16.wav                 a report for programs)";
+
+class Formatter : public CLI::Formatter
 {
-    std::printf("frames in %" PRId64 " at 48000 Hz, frames out %" PRId64
-                " at 16000 Hz, channels %d, samples wrapped around %" PRId64,
-                done.frames_in, done.frames_out, done.channels, done.wrapped);
-    if (done.wrapped > 0)
-        std::printf(": turn the input down, %.1f dB is safe", done.turn_down_db);
-    std::putchar('\n');
-    if (std::fflush(stdout) != 0)
-        throw FileError("standard output", errno);
+public:
+    std::string make_usage(const CLI::App* app, std::string name) const override
+    {
+        if (app->get_parent() != nullptr)
+            return CLI::Formatter::make_usage(app, name);
+        return "Usage: rsmpl [OPTIONS] IN OUT\n"
+               "       rsmpl [OPTIONS] --out-dir DIR IN...\n"
+               "\"-\" as IN or OUT is standard input or output.\n";
+    }
+
+    std::string make_option_opts(const CLI::Option* option) const override
+    {
+        return option->get_type_size() == 0 ? "" : " " + option->get_type_name();
+    }
+};
+
+// "48000,1"
+RawInput parse_raw(const std::string& text)
+{
+    RawInput raw{};
+    int used = 0;
+    if (std::sscanf(text.c_str(), "%9d,%9d%n", &raw.rate, &raw.channels, &used) != 2 ||
+        static_cast<std::size_t>(used) != text.size() || raw.rate < 1 || raw.channels < 1 ||
+        raw.channels > Recording::kMaxChannels)
+        throw CLI::ValidationError("--raw", "RATE,CHANNELS is as 48000,1, with 1 to 16 channels");
+    return raw;
+}
+
+template <typename Value>
+CLI::CheckedTransformer one_of(const std::map<std::string, Value>& names)
+{
+    CLI::CheckedTransformer transformer(names, CLI::ignore_case);
+    transformer.description("");
+    return transformer;
+}
+
+void add_sound_options(CLI::App& app, Options& options)
+{
+    const auto group = "Sound";
+    app.add_option("-r,--rate", options.rate, "sample rate of the output in Hz, 16000 by default")
+        ->check(CLI::Range(1, INT_MAX).description(""))
+        ->type_name("RATE")
+        ->group(group);
+    app.add_option("--engine", options.engine,
+                   "what converts; auto takes iir where it can; device is 3:1 as "
+                   "resample_process does it")
+        ->transform(one_of<Engine>({{"auto", Engine::kAuto},
+                                    {"iir", Engine::kIir},
+                                    {"fir", Engine::kFir},
+                                    {"device", Engine::kDevice}}))
+        ->type_name("auto|iir|fir|device")
+        ->group(group);
+    app.add_flag_callback(
+           "--no-align", [&options] { options.align = false; }, "leave the filter's delay in")
+        ->group(group);
+    app.add_option("--gain", options.gain_db, "turn the input up, or down when negative")
+        ->check(CLI::Range(-200.0, 200.0).description(""))
+        ->type_name("DB")
+        ->group(group);
+    app.add_flag("--safe", options.safe,
+                 "read the input twice, and turn it down by what keeps it from clipping")
+        ->group(group);
+}
+
+void add_file_options(CLI::App& app, Options& options)
+{
+    const auto group = "Files";
+    app.add_option("--format", options.format, "format of the output; by default its suffix tells")
+        ->transform(one_of<Format>({{"wav", Format::kWav},
+                                    {"flac", Format::kFlac},
+                                    {"aiff", Format::kAiff},
+                                    {"au", Format::kAu},
+                                    {"raw", Format::kRaw}}))
+        ->type_name("wav|flac|aiff|au|raw")
+        ->group(group);
+    app.add_option("--bits", options.bits, "samples of the output, 16 by default")
+        ->transform(one_of<Bits>({{"16", Bits::k16}, {"24", Bits::k24}, {"float", Bits::kFloat}}))
+        ->type_name("16|24|float")
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--raw", [&options](const std::string& text) { options.raw = parse_raw(text); },
+           "the input is 16-bit little-endian samples without a header")
+        ->type_name("RATE,CHANNELS")
+        ->group(group);
+    app.add_flag("--allow-truncated", options.allow_truncated,
+                 "convert what there is of a file that ends too early, and warn")
+        ->group(group);
+    app.add_flag("--no-clobber", options.no_clobber, "skip what exists")->group(group);
+}
+
+void add_batch_options(CLI::App& app, Options& options)
+{
+    const auto group = "Many files";
+    auto* out_dir = app.add_option("--out-dir", options.out_dir,
+                                   "convert all files into this folder, each to its own name")
+                        ->type_name("DIR")
+                        ->group(group);
+    app.add_option("-j,--jobs", options.jobs, "so many at once; by default one per core")
+        ->check(CLI::Range(1, Unfinished::kMost).description(""))
+        ->type_name("N")
+        ->needs(out_dir)
+        ->group(group);
+    app.add_option(
+           "--root", options.root,
+           "the folder whose structure is kept; by default the deepest that holds all inputs")
+        ->type_name("DIR")
+        ->needs(out_dir)
+        ->group(group);
+}
+
+void add_options(CLI::App& app, Options& options)
+{
+    app.add_option("FILES", options.files, "IN and OUT, or what is to go to --out-dir")
+        ->type_name("")
+        ->group("");
+    add_sound_options(app, options);
+    add_file_options(app, options);
+    add_batch_options(app, options);
+    app.add_flag("--json", options.json, "report as JSON, one object per file")->group("Report");
+    app.add_flag("-q,--quiet", options.quiet, "no report and no progress; warnings and errors only")
+        ->group("Report");
+    app.set_version_flag("--version", "rsmpl " RSMPL_VERSION);
+}
+
+// What CLI11 can't know: how many files there must be.
+void check_files(const Options& options)
+{
+    if (options.files.empty())
+        throw CLI::RequiredError("IN");
+    if (!options.out_dir.empty())
+        return;
+    if (options.files.size() == 1)
+        throw CLI::RequiredError("OUT");
+    if (options.files.size() > 2)
+        throw CLI::ExtrasError({"more than IN and OUT; --out-dir converts many files"});
+}
+
+int wrong_usage(const CLI::ParseError& error, int argc, char** argv)
+{
+    const bool dash = error.get_name() == "ExtrasError" &&
+                      std::any_of(argv + 1, argv + argc, [](const char* argument) {
+                          return argument[0] == '-' && argument[1] != '\0';
+                      });
+    std::fprintf(stderr, "rsmpl: %s%s; see rsmpl --help\n", printable(error.what()).c_str(),
+                 dash ? "; a file name that starts with - goes behind --" : "");
+    return kWrongUsage;
 }
 
 int run(int argc, char** argv)
 {
-    CLI::App app("Converts a recording from 48 kHz to a 16-bit WAV file at 16 kHz.", "rsmpl");
-    std::string in;
-    std::string out;
-    app.add_option("IN", in, "any audio file at 48 kHz with 1 to 16 channels")->required();
-    app.add_option("OUT", out, "the WAV file to write")->required();
-    app.set_version_flag("--version", "rsmpl " RSMPL_VERSION);
+    CLI::App app("Converts recordings to another sample rate.", "rsmpl");
+    app.formatter(std::make_shared<Formatter>());
+    app.get_formatter()->column_width(26);
+    app.footer(kExamples);
+    Options options;
+    add_options(app, options);
     try {
         app.parse(argc, argv);
+        check_files(options);
     } catch (const CLI::Success& wanted_help_or_version) {
         return app.exit(wanted_help_or_version);
     } catch (const CLI::ParseError& error) {
-        std::fprintf(stderr, "rsmpl: %s; see rsmpl --help\n", error.what());
-        return kWrongUsage;
+        return wrong_usage(error, argc, argv);
     }
-    print_summary(convert(in, out));
-    return kDone;
+    catch_signals();
+    return (options.out_dir.empty() ? convert_one(options) : convert_many(options)) ? kDone
+                                                                                    : kFailed;
 }
 
 } // namespace
@@ -52,6 +204,8 @@ int main(int argc, char** argv)
 {
     try {
         return run(argc, argv);
+    } catch (const ClosedPipe&) { // a signal that is ignored
+        return kFailed;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "rsmpl: %s\n", error.what());
         return kFailed;

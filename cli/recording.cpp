@@ -1,86 +1,204 @@
 #include "cli/recording.h"
 
 #include "cli/file_error.h"
+#include "cli/level.h"
 
-#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cmath>
-#include <filesystem>
-#include <sys/mman.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
 {
 
-void check_readable(const std::string& path)
+constexpr int kRawFormat = SF_FORMAT_RAW | SF_FORMAT_PCM_16 | SF_ENDIAN_LITTLE;
+
+int open_input(const std::string& name)
 {
-    std::error_code ignored;
-    if (access(path.c_str(), R_OK) != 0)
-        throw FileError(path, errno);
-    if (std::filesystem::is_directory(path, ignored))
-        throw FileError(path, EISDIR);
-    if (std::filesystem::is_regular_file(path, ignored) &&
-        std::filesystem::file_size(path, ignored) == 0)
-        throw FileError(path, "the file is empty");
+    const int descriptor = name == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)
+                                       : open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
+        throw FileError(name, errno);
+    return descriptor;
 }
 
-// libsndfile scales float files to 16 bits only by their own peak, so samples take a detour:
-// written as floats into a 16-bit file in memory, with clipping on, and read back as shorts.
-SoundFile open_quantiser(const std::string& path, int channels)
+struct stat look_at(const std::string& name, int descriptor)
 {
-    SF_INFO info{};
-    info.channels = channels;
-    info.samplerate = Recording::kRate;
-    info.format = SF_FORMAT_RAW | SF_FORMAT_PCM_16;
-    const int memory = memfd_create("rsmpl", MFD_CLOEXEC);
-    SoundFile quantiser(memory < 0 ? nullptr : sf_open_fd(memory, SFM_RDWR, &info, SF_TRUE),
-                        sf_close);
-    if (!quantiser)
-        throw FileError(path, "no memory for the conversion to 16 bits");
-    sf_command(quantiser.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
-    return quantiser;
+    struct stat status;
+    if (fstat(descriptor, &status) != 0)
+        throw FileError(name, errno);
+    if (S_ISDIR(status.st_mode))
+        throw FileError(name, EISDIR);
+    if (S_ISREG(status.st_mode) && status.st_size == 0)
+        throw FileError(name, "the file is empty");
+    return status;
+}
+
+std::string after(std::int64_t read, std::int64_t said)
+{
+    const std::string frames = "after " + std::to_string(read);
+    return said < 0 ? frames + " frames"
+                    : frames + " of the " + std::to_string(said) + " frames that its header says";
 }
 
 } // namespace
 
-Recording::Recording(const std::string& path)
-    : path_(path), file_(nullptr, sf_close), quantiser_(nullptr, sf_close)
+struct Recording::Longer {
+    static Recording& of(void* user) { return *static_cast<Recording*>(user); }
+
+    static sf_count_t length(void* user) { return of(user).audio_end_; }
+
+    static sf_count_t seek(sf_count_t offset, int whence, void* user)
+    {
+        const int descriptor = of(user).descriptor_.value;
+        return whence == SEEK_END ? lseek(descriptor, of(user).audio_end_ + offset, SEEK_SET)
+                                  : lseek(descriptor, offset, whence);
+    }
+
+    static sf_count_t tell(void* user) { return seek(0, SEEK_CUR, user); }
+
+    static sf_count_t read(void* to, sf_count_t count, void* user)
+    {
+        return ::read(of(user).descriptor_.value, to, static_cast<std::size_t>(count));
+    }
+};
+
+Recording::Descriptor::~Descriptor()
 {
-    check_readable(path);
-    const std::string name = path == "-" ? "./-" : path; // which libsndfile takes for a pipe
-    file_.reset(sf_open(name.c_str(), SFM_READ, &info_));
-    if (!file_)
-        throw FileError(path, std::string("not a readable audio file: ") + sf_strerror(nullptr));
-    if (info_.samplerate != kRate)
-        throw FileError(path, "the sample rate is " + std::to_string(info_.samplerate) +
-                                  " Hz; only 48000 Hz is accepted");
-    if (info_.channels < 1 || info_.channels > kMaxChannels)
-        throw FileError(path, "there are " + std::to_string(info_.channels) +
-                                  " channels; 1 to 16 are accepted");
-    if ((info_.format & SF_FORMAT_SUBMASK) != SF_FORMAT_PCM_16)
-        quantiser_ = open_quantiser(path, info_.channels);
+    close(value);
 }
 
-int Recording::read(short* samples, int frames)
+Recording::Recording(const std::string& name, const Options& options)
+
+    : standard_input_(name == "-"), name_(standard_input_ ? "standard input" : name),
+      allow_truncated_(options.allow_truncated), descriptor_(open_input(name))
 {
-    const sf_count_t count =
-        quantiser_ ? read_quantised(samples, frames) : sf_readf_short(file_.get(), samples, frames);
-    if (count < frames && sf_error(file_.get()) != SF_ERR_NO_ERROR)
-        throw FileError(path_, sf_strerror(file_.get()));
-    return static_cast<int>(count);
+    const struct stat status = look_at(name, descriptor_.value);
+    std::optional<Header> header;
+    if (!options.raw)
+        header = read_header(descriptor_.value);
+    if (header && header->rate >= 0)
+        check_shape(header->rate, header->channels);
+    if (!S_ISREG(status.st_mode)) {
+        open_pipe(header ? &*header : nullptr, options);
+    } else {
+        if (header)
+            check_length(*header, status.st_size);
+        lseek(descriptor_.value, 0, SEEK_SET);
+        open_file(options, !truncation_.empty() && header->kind == std::string("CAF"));
+    }
+    check_shape(rate_, channels_);
 }
 
-sf_count_t Recording::read_quantised(short* samples, int frames)
+void Recording::check_length(const Header& header, std::int64_t file_bytes)
 {
-    floats_.resize(static_cast<std::size_t>(frames) * static_cast<std::size_t>(channels()));
-    const sf_count_t count = sf_readf_float(file_.get(), floats_.data(), frames);
-    for (sf_count_t i = 0; i < count * channels(); ++i)
-        peak_ = std::max(peak_, std::fabs(floats_[static_cast<std::size_t>(i)]));
-    SNDFILE* quantiser = quantiser_.get();
-    sf_seek(quantiser, 0, SEEK_SET | SFM_WRITE);
-    sf_seek(quantiser, 0, SEEK_SET | SFM_READ);
-    if (sf_writef_float(quantiser, floats_.data(), count) != count ||
-        sf_readf_short(quantiser, samples, count) != count)
-        throw FileError(path_, "no memory for the conversion to 16 bits");
+    if (header.audio_bytes == 0 && header.whole_bytes == file_bytes)
+        throw FileError(name_, "the file holds no audio");
+    audio_end_ = header.audio_at + header.audio_bytes;
+    if (header.audio_bytes > 0 && audio_end_ > file_bytes)
+        found_truncated(std::to_string(audio_end_ - file_bytes) + " bytes before its header says");
+}
+
+void Recording::open_file(const Options& options, bool longer)
+{
+    SF_INFO info{};
+    if (options.raw) {
+        info.format = kRawFormat;
+        info.channels = options.raw->channels;
+        info.samplerate = options.raw->rate;
+    }
+    file_ = open_sound(name_, "not a readable audio file", [&] {
+        static SF_VIRTUAL_IO io{Longer::length, Longer::seek, Longer::read, nullptr, Longer::tell};
+        if (longer)
+            return sf_open_virtual(&io, SFM_READ, &info, this);
+        // By name, because the suffix tells what some files are.
+        return standard_input_ ? sf_open_fd(descriptor_.value, SFM_READ, &info, SF_FALSE)
+                               : sf_open(name_.c_str(), SFM_READ, &info);
+    });
+    channels_ = info.channels;
+    rate_ = info.samplerate;
+    frames_ = info.frames > INT64_MAX / 4096 ? -1 : info.frames;
+    estimated_ = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG;
+}
+
+void Recording::open_pipe(const Header* header, const Options& options)
+{
+    Header plain;
+    if (options.raw) {
+        plain.format = kRawFormat;
+        plain.channels = options.raw->channels;
+        plain.rate = options.raw->rate;
+    } else if (header == nullptr || header->format == 0) {
+        throw FileError(name_, std::string(header != nullptr ? header->kind : "this") +
+                                   " can't be read from a pipe, only plain WAV, AU and --raw; "
+                                   "write it to a file first");
+    } else {
+        plain = *header;
+    }
+    pipe_ = std::make_unique<Pipe>(name_, descriptor_.value, plain.format, plain.channels,
+                                   plain.audio_bytes > 0 ? plain.audio_bytes : -1);
+    channels_ = plain.channels;
+    rate_ = static_cast<int>(plain.rate);
+    frames_ = pipe_->frames();
+}
+
+void Recording::check_shape(std::int64_t rate, int channels) const
+{
+    if (rate < 1 || rate > INT_MAX)
+        throw FileError(name_, "the sample rate is " + std::to_string(rate) + " Hz");
+    if (channels < 1 || channels > kMaxChannels)
+        throw FileError(name_, "there are " + std::to_string(channels) +
+                                   " channels; 1 to 16 are accepted");
+}
+
+void Recording::found_truncated(const std::string& how)
+{
+    if (!allow_truncated_)
+        throw FileError(name_,
+                        "the file ends " + how + "; --allow-truncated converts what is there");
+    truncation_ = "the file ends " + how;
+}
+
+// Where a header told the number of frames, and not as an estimate, they should have come.
+void Recording::end()
+{
+    if (read_ == 0)
+        throw FileError(name_, "the file holds no audio");
+    if (frames_ >= 0 && read_ < frames_ && truncation_.empty()) {
+        if (estimated_)
+            truncation_ = "the file ends " + after(read_, frames_);
+        else
+            found_truncated(after(read_, frames_));
+    }
+}
+
+std::size_t Recording::read(float* samples, std::size_t frames)
+{
+    const sf_count_t wanted = static_cast<sf_count_t>(frames);
+    const std::size_t count =
+        pipe_ ? pipe_->read(samples, frames)
+              : static_cast<std::size_t>(sf_readf_float(file_.get(), samples, wanted));
+    read_ += static_cast<std::int64_t>(count);
+    if (file_ && count < frames && sf_error(file_.get()) != SF_ERR_NO_ERROR)
+        found_truncated(after(read_, frames_));
+    if (count == 0)
+        end();
+    scale(samples, count * static_cast<std::size_t>(channels_));
     return count;
+}
+
+void Recording::scale(float* samples, std::size_t count)
+{
+    const float factor = gain_ * kFullScale;
+    int silenced = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const float value = samples[i] * factor;
+        const bool sane = std::fabs(value) <= 1e30F; // NaN is not
+        samples[i] = sane ? value : 0;
+        silenced += sane ? 0 : 1;
+    }
+    not_finite_ += silenced;
+    peak_ = peak_of(samples, count, peak_);
 }

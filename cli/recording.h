@@ -1,40 +1,87 @@
 #ifndef RSMPL_CLI_RECORDING_H
 #define RSMPL_CLI_RECORDING_H
 
+#include "cli/header.h"
+#include "cli/options.h"
+#include "cli/pipe.h"
+#include "cli/sound_file.h"
+
 #include <memory>
-#include <sndfile.h>
 #include <string>
-#include <vector>
 
-using SoundFile = std::unique_ptr<SNDFILE, int (*)(SNDFILE*)>;
-
-// An audio file of 1 to 16 channels at 48 kHz, read as 16-bit samples.  Throws FileError.
+// An audio file of 1 to 16 channels, or a pipe, read as floats.  Throws FileError.
 class Recording
 {
 public:
-    static constexpr int kRate = 48000;
     static constexpr int kMaxChannels = 16;
+    static constexpr float kFullScale = 32768;
 
-    explicit Recording(const std::string& path);
+    // `name` is a file, or "-" for standard input.
+    Recording(const std::string& name, const Options& options);
 
-    int channels() const { return info_.channels; }
+    int channels() const { return channels_; }
 
-    // The largest sample so far where the file holds other than 16-bit samples, full scale
-    // being 1; what is beyond 1 has been clipped.
+    int rate() const { return rate_; }
+
+    // As the header has it; -1 when it does not know.
+    std::int64_t frames() const { return frames_; }
+
+    // What comes as it goes; it can be read only once.
+    bool is_live() const { return pipe_ != nullptr; }
+
+    // For what a file holds beside samples; null for a pipe.
+    SNDFILE* file() const { return file_.get(); }
+
+    // Samples are multiplied by it; 1 before.
+    void set_gain(double gain) { gain_ = static_cast<float>(gain); }
+
+    // Reads up to `frames` frames, interleaved, in steps of 16-bit samples; 0 at the end.  What is
+    // not finite, or beyond all reason, is silence.
+    std::size_t read(float* samples, std::size_t frames);
+
+    // The largest sample so far, in those steps.
     float peak() const { return peak_; }
 
-    // Reads up to `frames` frames, interleaved; fewer only at the end of the file.
-    int read(short* samples, int frames);
+    // Samples that have been taken as silence.
+    std::int64_t not_finite() const { return not_finite_; }
+
+    // How the file ends before its header says, or nothing; known at the end.
+    const std::string& truncation() const { return truncation_; }
 
 private:
-    sf_count_t read_quantised(short* samples, int frames);
+    // Closed in the end.
+    struct Descriptor {
+        explicit Descriptor(int opened) : value(opened) {}
+        ~Descriptor();
+        Descriptor(const Descriptor&) = delete;
+        Descriptor& operator=(const Descriptor&) = delete;
 
-    std::string path_;
-    SF_INFO info_{};
-    SoundFile file_;
-    SoundFile quantiser_; // null when the file is 16-bit
-    std::vector<float> floats_;
-    float peak_ = 0;
+        const int value;
+    };
+
+    // A file that ends too early, for libsndfile as long as its header says.
+    struct Longer;
+
+    void check_length(const Header& header, std::int64_t file_bytes);
+    void open_file(const Options& options, bool longer);
+    void open_pipe(const Header* header, const Options& options);
+    void check_shape(std::int64_t rate, int channels) const;
+    void found_truncated(const std::string& how);
+    void end();
+    void scale(float* samples, std::size_t count);
+
+    bool standard_input_;
+    std::string name_; // as messages call it
+    bool allow_truncated_;
+    Descriptor descriptor_;
+    int channels_ = 0, rate_ = 0;
+    std::int64_t frames_ = -1, read_ = 0, not_finite_ = 0;
+    std::int64_t audio_end_ = 0; // in bytes, as the header has it
+    bool estimated_ = false;     // frames_
+    float gain_ = 1, peak_ = 0;
+    std::string truncation_;
+    SoundFile file_{nullptr, sf_close};
+    std::unique_ptr<Pipe> pipe_;
 };
 
 #endif
