@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -115,6 +116,14 @@ std::int64_t expected_frames(std::int64_t frames, const rsmpl_stream_info& info)
     return frames < 0 ? -1 : whole * info.up + (part * info.up + info.down - 1) / info.down;
 }
 
+// When there is something to put there; what can't be made is said of the file in it.
+void make_folders(const Job& job)
+{
+    std::error_code ignored;
+    if (job.make_folders)
+        std::filesystem::create_directories(std::filesystem::path(job.out).parent_path(), ignored);
+}
+
 double gain_for(double decibels)
 {
     return std::pow(10, decibels / 20);
@@ -128,6 +137,7 @@ void convert(Report& report, const Options& options, Progress& progress, double 
     in.set_gain(gain_for(report.gain_db));
     const auto resampler = open_resampler(job.in, in.channels(), in.rate(), options);
     report.stream = resampler->info();
+    make_folders(job);
     Output out(job.out, {format, options.bits, in.channels(), options.rate,
                          expected_frames(in.frames(), report.stream)});
     if (in.file() != nullptr)

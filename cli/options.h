@@ -37,8 +37,9 @@ struct Options {
 
 // One conversion.
 struct Job {
-    std::string in;  // "-" is standard input
-    std::string out; // "-" is standard output
+    std::string in;            // "-" is standard input
+    std::string out;           // "-" is standard output
+    bool make_folders = false; // above `out`
 };
 
 #endif

@@ -89,7 +89,7 @@ std::vector<Job> plan(const Options& options)
             throw FileError("standard input", "can't be one of many files");
         fs::path out = options.out_dir / below(root, file);
         out.replace_extension(suffix_of(options.format.value_or(Format::kWav)));
-        jobs.push_back({file, out.string()});
+        jobs.push_back({file, out.string(), true});
     }
     check_apart(jobs);
     return jobs;

@@ -81,11 +81,13 @@ Recording::Recording(const std::string& name, const Options& options)
         header = read_header(descriptor_.value);
     if (header && header->rate >= 0)
         check_shape(header->rate, header->channels);
-    if (!S_ISREG(status.st_mode)) {
+    is_live_ = !S_ISREG(status.st_mode);
+    if (!is_live_ && header)
+        check_length(*header, status.st_size);
+    // libsndfile believes a writer who could not tell the length and wrote 0.
+    if (is_live_ || (header && header->format != 0 && header->audio_bytes == 0)) {
         open_pipe(header ? &*header : nullptr, options);
     } else {
-        if (header)
-            check_length(*header, status.st_size);
         lseek(descriptor_.value, 0, SEEK_SET);
         open_file(options, !truncation_.empty() && header->kind == std::string("CAF"));
     }

@@ -27,9 +27,9 @@ public:
     std::int64_t frames() const { return frames_; }
 
     // What comes as it goes; it can be read only once.
-    bool is_live() const { return pipe_ != nullptr; }
+    bool is_live() const { return is_live_; }
 
-    // For what a file holds beside samples; null for a pipe.
+    // For what a file holds beside samples; null for a pipe, or a file like one.
     SNDFILE* file() const { return file_.get(); }
 
     // Samples are multiplied by it; 1 before.
@@ -78,6 +78,7 @@ private:
     std::int64_t frames_ = -1, read_ = 0, not_finite_ = 0;
     std::int64_t audio_end_ = 0; // in bytes, as the header has it
     bool estimated_ = false;     // frames_
+    bool is_live_ = false;
     float gain_ = 1, peak_ = 0;
     std::string truncation_;
     SoundFile file_{nullptr, sf_close};

@@ -25,7 +25,7 @@ void copy_texts(SNDFILE* from, SNDFILE* to)
 
 void copy_broadcast(SNDFILE* from, SNDFILE* to, int up, int down)
 {
-    using Extension = SF_BROADCAST_INFO_VAR(16384); // of history
+    using Extension = SF_BROADCAST_INFO_VAR(16000); // of history, of which 16384 are too many
     const auto extension = std::make_unique<Extension>();
     if (sf_command(from, SFC_GET_BROADCAST_INFO, extension.get(), sizeof *extension) != SF_TRUE)
         return;

@@ -1,0 +1,295 @@
+#!/usr/bin/python3
+"""Runs the command, the first argument, as a user would; beside the example of the second on raw samples."""
+import contextlib, json, os, pathlib, pty, signal, struct, subprocess, sys, tempfile, threading, time, unittest
+
+if os.geteuid() == 0 and sys.argv[-1] != "bound":  # root without what lets root pass all permissions
+    os.execvp("setpriv", ["setpriv", "--bounding-set=-dac_override,-dac_read_search",
+                          sys.executable, *sys.argv, "bound"])
+
+import numpy as np
+import soundfile as sf
+
+RSMPL, INTERLEAVED = map(os.path.abspath, sys.argv[1:3])
+NOISE = np.random.default_rng(1)
+HOUR = 3600
+
+
+def run(*args, stdin=b"", **options):
+    done = subprocess.run([RSMPL, *map(str, args)], input=stdin, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, timeout=60, **options)
+    return done.returncode, done.stdout, done.stderr.decode(errors="surrogateescape")
+
+
+def good(*args, **options):
+    """Standard output of a run that has to succeed without a word on standard error."""
+    status, out, err = run(*args, **options)
+    assert (status, err) == (0, ""), (args, status, err)
+    return out
+
+
+def told(*args):
+    return json.loads(good("--json", *args))
+
+
+def shorts(frames, channels=1, peak=8000):
+    return NOISE.integers(-peak, peak, (frames, channels), dtype=np.int16)
+
+
+def burst(rate, hz):
+    """Half a second of a tone under a bell, which is the same sound at any rate."""
+    t = np.arange(rate // 2) / rate - 0.25
+    return np.exp(-(20 * t) ** 2) * np.exp(2j * np.pi * hz * t)
+
+
+def compare(samples, rate, hz):
+    """The level of a burst in dB, less 0.1 when it is off by a Hz, and by how many frames it is late."""
+    ideal = burst(rate, hz)[:len(samples)]
+    product = np.vdot(ideal, 2j * samples) / np.vdot(ideal, ideal)
+    period, late = rate / hz, -np.angle(product) / (2 * np.pi * hz) * rate
+    centre = np.average(np.arange(len(samples)), weights=samples ** 2) - rate / 4
+    return 20 * np.log10(abs(product)), late + period * np.round((centre - late) / period)
+
+
+def header(size, kind="wav", channels=1, rate=48000, coding=1, bits=16, riff=None):
+    """Of a file that holds, or seems to hold, so many bytes of samples."""
+    if kind == "au":
+        return struct.pack(">4sIIIiI", b".snd", 24, size, coding, rate, channels)
+    block = channels * bits // 8
+    return struct.pack("<4sI4s4sIHHiIHH4sI", b"RIFF", min(size + 36, 0xFFFFFFFF) if riff is None else riff, b"WAVE",
+                       b"fmt ", 16, coding, channels, rate, 0, block, bits, b"data", size)
+
+
+def chunks(path):
+    data, at, found = pathlib.Path(path).read_bytes(), 12, {}
+    while at + 8 <= len(data):
+        name, size = struct.unpack_from("<4sI", data, at)
+        found[name] = data[at + 8:at + 8 + size]
+        at += 8 + size + size % 2
+    return found
+
+
+def chunk(name, data):
+    return struct.pack("<4sI", name, len(data)) + data
+
+
+def write(name, *parts):
+    pathlib.Path(name).write_bytes(b"".join(parts))
+
+
+class Command(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chdir(scratch.name)
+
+    def test_tones_stay_what_and_where_they_are(self):
+        for rates, engine, level, late, options in (
+                ((48000, 16000), "iir", 0.5, 0.6, []), ((48000, 16000), "fir", 0.05, 0.01, ["--engine", "fir"]),
+                ((16000, 48000), "iir", 0.5, 0.6, []), ((48000, 32000), "iir", 0.5, 0.6, ["--engine", "iir"]),
+                ((44100, 16000), "fir", 0.05, 0.01, []), ((44100, 48000), "fir", 0.05, 0.01, []),
+                ((8000, 44100), "fir", 0.05, 0.01, []), ((48000, 8000), "iir", 0.5, 0.6, []),
+                ((16000, 16000), "copy", 0.001, 0.001, [])):
+            hz, rate = min(rates) / 20, rates[1]
+            sf.write("in.wav", burst(rates[0], hz).imag / 2, rates[0], "FLOAT")
+            line = told("-r", rate, "--bits", "float", *options, "in.wav", "out.wav")
+            out, out_rate = sf.read("out.wav")
+            self.assertEqual((line["engine"], line["frames_out"], out_rate, len(out)),
+                             (engine, -(rates[0] // 2 * rate // -rates[0]), rate, line["frames_out"]))
+            db, frames = compare(2 * out, rate, hz)
+            self.assertTrue(-level <= db <= 0.01 and abs(frames) < late, (rates, db, frames))
+            self.assertAlmostEqual(line["peak"], np.abs(out).max(), 6)
+            told("-r", rate, "--bits", "float", "--no-align", *options, "in.wav", "out.wav")
+            self.assertAlmostEqual(compare(2 * sf.read("out.wav")[0], rate, hz)[1], line["delay_samples"], delta=0.02)
+            self.assertAlmostEqual(line["delay_ms"], line["delay_samples"] * 1000 / rate)
+
+    def test_down_and_up_again(self):
+        for engine in "iir", "fir":
+            sf.write("in.wav", burst(48000, 1000).imag / 2, 48000)
+            good("--engine", engine, "in.wav", "down.wav")
+            good("--engine", engine, "-r", 48000, "down.wav", "up.wav")
+            db, frames = compare(2 * sf.read("up.wav")[0], 48000, 1000)
+            self.assertTrue(abs(db) < 0.6 and abs(frames) < 3, (db, frames))
+
+    def test_device_is_the_three_calls(self):
+        for frames in 1, 17, 960, 961, 1919, 5000:
+            sf.write("in.wav", shorts(frames, 2), 48000)
+            samples = chunks("in.wav")[b"data"]
+            line = good("--engine", "device", "in.wav", "out.wav").decode()
+            self.assertEqual(line, f"frames in {frames} at 48000 Hz, frames out {-(frames // -3)} at 16000 Hz, "
+                             "channels 2, device 1:3, samples wrapped around 0\n")
+            calls = subprocess.run([INTERLEAVED], input=samples, capture_output=True).stdout
+            self.assertEqual(chunks("out.wav")[b"data"], calls)
+            self.assertEqual(good("--raw", "48000,2", "--engine", "device", "-q", "-", "out.wav", stdin=samples), b"")
+            self.assertEqual(chunks("out.wav")[b"data"], calls)
+
+    def test_device_wraps_and_says_what_is_safe(self):
+        # Steps, which overshoot by 1.16845648: an output from 32768 on, or from -32769 down, counts.  The
+        # advice leaves 4 units for rounding; what clipped on its way in wants the worst case.
+        for step, answer in (
+                (0x6d8b, ", samples wrapped around 0"),
+                (0x6d8c, ", samples wrapped around 1: turn the input down, 0.1 dB is safe"),
+                (0x6ecd, ", samples wrapped around 1: turn the input down, 0.2 dB is safe"),
+                (-0x6d8c, ", samples wrapped around 0"),
+                (-0x6d8d, ", samples wrapped around 1: turn the input down, 0.1 dB is safe"),
+                (0x8000, ", input samples clipped 480, .*: turn the input down, 10.1 dB is safe"),
+                (0x80000, ", input samples clipped 480, .*: turn the input down, 34.2 dB is safe")):
+            sf.write("in.wav", np.tile([0, step / 32768], (480, 1)), 48000, "FLOAT")
+            line = good("--engine", "device", "in.wav", "out.wav").decode()
+            self.assertRegex(line, answer + "\n")
+
+    def test_samples_are_rounded_clipped_and_counted(self):
+        steps = np.array([0.5, 1.5, -2.5, 32766.75, 32767.75, -32768.5, -40000, 1e9, 0.25])  # of 16 bits
+        sf.write("in.wav", np.stack([steps, steps / 4, 0 * steps], 1) / 32768, 16000, "FLOAT")
+        for bits, unit, clipped in (("16", 1, [3, 1, 0]), ("24", 256, [3, 1, 0]), ("float", 0, [0, 0, 0])):
+            for name in "o.wav", "o.aiff", "o.au", *["o.flac"] * (bits != "float"):
+                line = told("--bits", bits, "in.wav", name)
+                self.assertEqual((line["clipped"], line["turn_down_db"]), (clipped, 89.7 if unit else 0))
+                out = sf.read(name, always_2d=True)[0][:, 0] * 32768
+                exact = np.clip(np.round(steps * unit), -32768 * unit, 32768 * unit - 1) / unit if unit else steps
+                np.testing.assert_array_equal(out, np.float32(exact), str((name, bits)))
+        self.assertIn(b"samples clipped 4 (3, 1, 0): turn the input down, 89.7 dB", good("in.wav", "o.wav"))
+
+    def test_gain(self):
+        for engine in "auto", "fir", "device":
+            for peak, options, gain in ((0.05, ["--gain", 6], 6), (0.05, ["--gain", -6], -6), (0.05, ["--safe"], 0),
+                                        (3, ["--safe"], None), (0.5, ["--safe", "--gain", 20], None)):
+                sf.write("in.wav", peak * NOISE.uniform(-1, 1, 9000), 48000, "FLOAT")
+                line = told("--engine", engine, *options, "in.wav", "out.wav")
+                good("--engine", "fir" if engine == "fir" else "iir", "--bits", "float", "in.wav", "plain.wav")
+                plain, out = sf.read("plain.wav")[0], sf.read("out.wav")[0]
+                turned = 20 * np.log10(np.abs(out).max() / np.abs(plain).max())
+                self.assertAlmostEqual(line["gain_db"], turned if gain is None else gain, delta=0.2)
+                self.assertAlmostEqual(turned, line["gain_db"], delta=0.2)
+                self.assertEqual((line.get("wrapped", 0), line.get("clipped_inputs", 0)), (0, 0))
+                if gain is None:  # no more than needed, but for a device, whose input counts
+                    self.assertTrue(engine == "device" or 0.97 < np.abs(out).max() <= 1)
+
+    def test_what_is_not_finite_is_silence(self):
+        sound = np.float32([0.25, np.nan, 0.5, np.inf, -np.inf, 3e38, 0])
+        write("in.wav", header(4 * len(sound), coding=3, bits=32), sound.tobytes())
+        self.assertEqual(run("-q", "-r", 48000, "in.wav", "out.wav"),
+                         (0, b"", "rsmpl: in.wav: warning: 4 samples are not finite, taken as silence\n"))
+        self.assertEqual(list(sf.read("out.wav")[0]), [0.25, 0, 0.5, 0, 0, 0, 0])
+
+
+    def test_formats(self):
+        sound = shorts(4800, 2) / 32768
+        for name in "in.wav", "in.flac", "in.aiff", "in.au", "in.caf", "in.w64", "in.rf64", "in.ogg", "in.mp3":
+            sf.write(name, sound, 48000)
+            self.assertIn(b"frames in 4800 at 48000 Hz, frames out 1600 at 16000 Hz, channels 2", good(name, "o.wav"))
+        good("in.wav", "o.wav")
+        for name, options, format, subtype in (
+                ("o.flac", [], "FLAC", "PCM_16"), ("o.aif", [], "AIFF", "PCM_16"), ("o.SND", [], "AU", "PCM_16"),
+                ("o", [], "WAV", "PCM_16"), ("o.xyz", ["--format", "au"], "AU", "PCM_16"),
+                ("o.flac", ["--bits", 24], "FLAC", "PCM_24"), ("o.wav", ["--bits", "float"], "WAV", "FLOAT")):
+            good(*options, "in.wav", name)
+            self.assertEqual((sf.info(name).format, sf.info(name).subtype), (format, subtype))
+            np.testing.assert_allclose(sf.read(name)[0], sf.read("o.wav")[0], atol=0.51 / 32768)
+        for bits, code in ("16", "<i2"), ("float", "<f4"):
+            good("--bits", bits, "in.wav", "o.wav"), good("--bits", bits, "in.wav", "o.raw")
+            self.assertEqual(pathlib.Path("o.raw").read_bytes(), chunks("o.wav")[b"data"])
+
+    def test_tags_go_along(self):
+        origin = bytearray(602)
+        origin[0:5], origin[338:346] = b"scene", struct.pack("<Q", 3 << 33 | 1000)
+        marks = struct.pack("<I", 2) + b"".join(struct.pack("<II4sIII", i, at, b"data", 0, 0, at)
+                                                for i, at in ((1, 300), (2, 4001)))
+        info = b"INFO" + chunk(b"INAM", b"a title\0") + chunk(b"IART", b"an artist\0")
+        body = (b"WAVE" + chunk(b"fmt ", struct.pack("<HHIIHH", 1, 1, 48000, 96000, 2, 16)) + chunk(b"bext", origin)
+                + chunk(b"cue ", marks) + chunk(b"LIST", info) + chunk(b"data", shorts(4800).tobytes()))
+        write("in.wav", chunk(b"RIFF", body))
+        good("in.wav", "o.wav")
+        found = chunks("o.wav")
+        self.assertEqual(found[b"bext"][:5], b"scene")
+        self.assertEqual(struct.unpack("<Q", found[b"bext"][338:346])[0], round(((3 << 33) + 1000) / 3))
+        self.assertEqual([struct.unpack_from("<I", found[b"cue "], 4 + 24 * i + at)[0] for i in (0, 1) for at in (4, 20)],
+                         [100, 100, 1334, 1334])
+        for name in "o.wav", "o.flac", "o.aiff":
+            good("in.wav", name)
+            with sf.SoundFile(name) as file:
+                self.assertEqual((file.title, file.artist), ("a title", "an artist"))
+        good("in.wav", "o.au")
+
+    def test_pipes(self):
+        samples = shorts(5000, 2).tobytes()
+        write("in.raw", samples)
+        good("--raw", "48000,2", "in.raw", "o.raw")
+        wanted = pathlib.Path("o.raw").read_bytes()
+        for start, options in ((b"", ["--raw", "48000,2"]), (header(len(samples), channels=2), []),
+                               (header(0, channels=2, riff=0), []), (header(0x7ffff000, channels=2), []),
+                               (header(0x7fffffff, channels=2), []), (header(0xffffffff, channels=2), [])):
+            self.assertEqual(run(*options, "-q", "-", "-", stdin=start + samples), (0, wanted, ""))
+        big = np.frombuffer(samples, "<i2").astype(">i2").tobytes()
+        for size in len(big), 0xffffffff:
+            self.assertEqual(run("-q", "-", "-", stdin=header(size, "au", 2, coding=3) + big), (0, wanted, ""))
+        status, au, err = run("--format", "au", "--raw", "48000,2", "-", "-", stdin=samples)
+        self.assertEqual((status, au[24:], err[:9]), (0, np.frombuffer(wanted, "<i2").astype(">i2").tobytes(), "frames in"))
+        good("--raw", "48000,2", "in.raw", "o.wav"), good("--raw", "48000,2", "-", "p.wav", stdin=samples)
+        self.assertEqual(chunks("o.wav")[b"data"], chunks("p.wav")[b"data"])
+
+    def test_a_pipe_delivers_at_once(self):
+        for engine, options, block, most in (("iir", [], 960, 2), ("device", ["--engine", "device"], 960, 0)):
+            with subprocess.Popen([RSMPL, "--no-align", *options, "-q", "--raw", "48000,1", "-", "-"],
+                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE, bufsize=0) as process:
+                for _ in range(3):
+                    process.stdin.write(shorts(block).tobytes())
+                    out = b""
+                    while len(out) < 2 * block // 3:  # would wait for ever
+                        out += process.stdout.read(4096)
+                    self.assertEqual(len(out), 2 * block // 3)
+                process.stdin.close()
+                self.assertEqual(process.stdout.read(), b"")
+
+    def test_what_is_cut_off(self):
+        for name in "in.wav", "in.aiff", "in.au", "in.w64", "in.rf64", "in.caf", "in.flac":
+            sf.write("whole", shorts(9000), 48000, format=name[3:].upper())
+            data = pathlib.Path("whole").read_bytes()
+            write(name, data[:len(data) // 2])
+            status, _, err = run(name, "o.wav")
+            self.assertRegex(err, f"^rsmpl: {name}: the file ends .*; --allow-truncated converts what is there\n$")
+            self.assertEqual((status, os.path.exists("o.wav")), (1, False))
+            status, out, err = run("--allow-truncated", name, "o.wav")
+            self.assertRegex(err, f"^rsmpl: {name}: warning: the file ends .*; converted what is there\n$")
+            self.assertTrue(status == 0 and 3400 < int(out.split()[2]) < 4501, (name, out))
+            os.unlink("o.wav")
+        for size, start in ((0, header(0, riff=0)), (0x7fffffff, header(0x7fffffff)), (-1, header(0xffffffff))):
+            write("in.wav", start, shorts(600).tobytes())  # recorders that could not know
+            self.assertIn(b"frames in 600 ", good("in.wav", "o.wav"))
+        status, out, err = run("-", "-", stdin=header(1000) + bytes(500))
+        self.assertEqual((status, err), (1, "rsmpl: standard input: the file ends after 250 of the 500 frames that its "
+                                         "header says; --allow-truncated converts what is there\n"))
+
+    def test_many_files(self):
+        sounds = ["a/1.wav", "a/b/2.flac", "a/b/3.wav", "a/c/4.au", "a/5.w64", "a/c/6.aiff"]
+        for folder in "a/b", "a/c", "one", "four", "flac":
+            os.makedirs(folder)
+        for name in sounds:
+            sf.write(name, shorts(30000, 2), 48000)
+        lines = good("--out-dir", "one", "-j", 1, *sounds).decode().splitlines()
+        self.assertEqual([line.split(": ")[0] for line in lines[:-1]], sounds)
+        self.assertRegex(lines[-1], r"^converted 6, skipped 0, failed 0: 3.8 s of audio in .* s, \d+ times real time$")
+        lines = [json.loads(line) for line in good("--json", "--out-dir", "four", "-j", 4, *sounds).splitlines()]
+        self.assertEqual(sorted(line["in"] for line in lines), sorted(sounds))
+        for line in lines:
+            self.assertEqual(line["out"], "four" + os.path.splitext(line["in"])[0][1:] + ".wav")
+            self.assertEqual((sf.info(line["out"]).frames, line["channels"]), (line["frames_out"], 2))
+            good(line["in"], "o.wav")
+            for twin in "o.wav", line["out"].replace("four", "one"):
+                self.assertEqual(pathlib.Path(line["out"]).read_bytes(), pathlib.Path(twin).read_bytes())
+        write("a/c/bad.wav", b"RIFF")
+        os.unlink("one/b/2.wav")
+        status, out, err = run("--no-clobber", "--out-dir", "one", *sounds, "a/c/bad.wav", "no.wav")
+        self.assertEqual(status, 1)  # the common root has become the folder above
+        self.assertIn("converted 6, skipped 0, failed 2", out.decode())
+        self.assertEqual([line.split(": ")[1] for line in sorted(err.splitlines())], ["a/c/bad.wav", "no.wav"])
+        status, out, err = run("--no-clobber", "--root", "a", "--out-dir", "one", *sounds, "a/c/bad.wav")
+        self.assertIn("converted 1, skipped 5, failed 1", out.decode())
+        self.assertIn("a/1.wav: skipped, one/1.wav exists\n", out.decode())
+        good("--out-dir", "flac", "--format", "flac", "-q", "a/1.wav", "a/b/2.flac")
+        self.assertEqual((sf.info("flac/1.flac").format, sf.info("flac/b/2.flac").format), ("FLAC", "FLAC"))
+        self.assertIn(b"skipped", good("--no-clobber", "a/1.wav", "o.wav"))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[sys.argv[0]])
