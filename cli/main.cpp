@@ -4,12 +4,13 @@
 #include "cli/interrupt.h"
 #include "cli/recording.h"
 
+#include <algorithm>
 #include <CLI/CLI.hpp>
 #include <climits>
 #include <cstdio>
 #include <exception>
-#include <map>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -57,12 +58,17 @@ RawInput parse_raw(const std::string& text)
     return raw;
 }
 
-template <typename Value>
-CLI::CheckedTransformer one_of(const std::map<std::string, Value>& names)
+// Turns one of the names into its number, which is its place.
+CLI::Validator one_of(const std::vector<std::string>& names)
 {
-    CLI::CheckedTransformer transformer(names, CLI::ignore_case);
-    transformer.description("");
-    return transformer;
+    const auto find = [names](std::string& text) {
+        const auto found = std::find(names.begin(), names.end(), text);
+        if (found == names.end())
+            return text + " is not one of " + CLI::detail::join(names, ", ");
+        text = std::to_string(found - names.begin());
+        return std::string();
+    };
+    return {find, "", "one of"};
 }
 
 void add_sound_options(CLI::App& app, Options& options)
@@ -75,10 +81,7 @@ void add_sound_options(CLI::App& app, Options& options)
     app.add_option("--engine", options.engine,
                    "what converts; auto takes iir where it can; device is 3:1 as "
                    "resample_process does it")
-        ->transform(one_of<Engine>({{"auto", Engine::kAuto},
-                                    {"iir", Engine::kIir},
-                                    {"fir", Engine::kFir},
-                                    {"device", Engine::kDevice}}))
+        ->transform(one_of({"auto", "iir", "fir", "device"}))
         ->type_name("auto|iir|fir|device")
         ->group(group);
     app.add_flag_callback(
@@ -97,15 +100,11 @@ void add_file_options(CLI::App& app, Options& options)
 {
     const auto group = "Files";
     app.add_option("--format", options.format, "format of the output; by default its suffix tells")
-        ->transform(one_of<Format>({{"wav", Format::kWav},
-                                    {"flac", Format::kFlac},
-                                    {"aiff", Format::kAiff},
-                                    {"au", Format::kAu},
-                                    {"raw", Format::kRaw}}))
+        ->transform(one_of({"wav", "flac", "aiff", "au", "raw"}))
         ->type_name("wav|flac|aiff|au|raw")
         ->group(group);
     app.add_option("--bits", options.bits, "samples of the output, 16 by default")
-        ->transform(one_of<Bits>({{"16", Bits::k16}, {"24", Bits::k24}, {"float", Bits::kFloat}}))
+        ->transform(one_of({"16", "24", "float"}))
         ->type_name("16|24|float")
         ->group(group);
     app.add_option_function<std::string>(
@@ -163,17 +162,14 @@ void check_files(const Options& options)
     if (options.files.size() == 1)
         throw CLI::RequiredError("OUT");
     if (options.files.size() > 2)
-        throw CLI::ExtrasError({"more than IN and OUT; --out-dir converts many files"});
+        throw CLI::ValidationError("more than IN and OUT; --out-dir DIR converts many files");
 }
 
-int wrong_usage(const CLI::ParseError& error, int argc, char** argv)
+int wrong_usage(const CLI::ParseError& error)
 {
-    const bool dash = error.get_name() == "ExtrasError" &&
-                      std::any_of(argv + 1, argv + argc, [](const char* argument) {
-                          return argument[0] == '-' && argument[1] != '\0';
-                      });
+    const bool unexpected = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
     std::fprintf(stderr, "rsmpl: %s%s; see rsmpl --help\n", printable(error.what()).c_str(),
-                 dash ? "; a file name that starts with - goes behind --" : "");
+                 unexpected ? "; a file name that starts with - goes behind --" : "");
     return kWrongUsage;
 }
 
@@ -191,7 +187,7 @@ int run(int argc, char** argv)
     } catch (const CLI::Success& wanted_help_or_version) {
         return app.exit(wanted_help_or_version);
     } catch (const CLI::ParseError& error) {
-        return wrong_usage(error, argc, argv);
+        return wrong_usage(error);
     }
     catch_signals();
     return (options.out_dir.empty() ? convert_one(options) : convert_many(options)) ? kDone

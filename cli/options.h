@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+// In the order of their names on the command line.
 enum class Engine { kAuto, kIir, kFir, kDevice };
 enum class Format { kWav, kFlac, kAiff, kAu, kRaw };
 enum class Bits { k16, k24, kFloat };

@@ -71,7 +71,6 @@ Recording::Descriptor::~Descriptor()
 }
 
 Recording::Recording(const std::string& name, const Options& options)
-
     : standard_input_(name == "-"), name_(standard_input_ ? "standard input" : name),
       allow_truncated_(options.allow_truncated), descriptor_(open_input(name))
 {
@@ -84,8 +83,8 @@ Recording::Recording(const std::string& name, const Options& options)
     is_live_ = !S_ISREG(status.st_mode);
     if (!is_live_ && header)
         check_length(*header, status.st_size);
-    // libsndfile believes a writer who could not tell the length and wrote 0.
-    if (is_live_ || (header && header->format != 0 && header->audio_bytes == 0)) {
+    // libsndfile would believe a writer who could not tell the length and wrote 0.
+    if (is_live_ || (header && header->format != 0 && header->audio_bytes <= 0)) {
         open_pipe(header ? &*header : nullptr, options);
     } else {
         lseek(descriptor_.value, 0, SEEK_SET);

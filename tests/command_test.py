@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Runs the command, the first argument, as a user would; beside the example of the second on raw samples."""
-import contextlib, json, os, pathlib, pty, signal, struct, subprocess, sys, tempfile, threading, time, unittest
+import json, os, pathlib, pty, signal, struct, subprocess, sys, tempfile, time, unittest
 
 if os.geteuid() == 0 and sys.argv[-1] != "bound":  # root without what lets root pass all permissions
     os.execvp("setpriv", ["setpriv", "--bounding-set=-dac_override,-dac_read_search",
@@ -11,7 +11,6 @@ import soundfile as sf
 
 RSMPL, INTERLEAVED = map(os.path.abspath, sys.argv[1:3])
 NOISE = np.random.default_rng(1)
-HOUR = 3600
 
 
 def run(*args, stdin=b"", **options):
@@ -289,6 +288,158 @@ class Command(unittest.TestCase):
         good("--out-dir", "flac", "--format", "flac", "-q", "a/1.wav", "a/b/2.flac")
         self.assertEqual((sf.info("flac/1.flac").format, sf.info("flac/b/2.flac").format), ("FLAC", "FLAC"))
         self.assertIn(b"skipped", good("--no-clobber", "a/1.wav", "o.wav"))
+
+
+    def make_inputs(self):
+        sf.write("in.wav", shorts(100), 48000), sf.write("16.wav", shorts(100, 16), 48000)
+        sf.write("17.wav", shorts(100, 17), 48000), sf.write("in.flac", shorts(100), 48000)
+        sf.write("44.wav", shorts(100), 44100), sf.write("none.wav", shorts(0), 48000)
+        sf.write("in.caf", shorts(100), 48000), sf.write("long.wav", shorts(2000000), 48000)
+        for name, rate in ("zero.wav", 0), ("negative.wav", -5), ("4g.wav", -294967296), ("prime.wav", 48017):
+            write(name, header(200, rate=rate), bytes(200))
+        write("none.au", header(0, "au", rate=8000, coding=3)), write("0.wav", header(200, channels=0), bytes(200))
+        write("text.wav", b"not audio"), write("empty.wav"), write("bad.mp3", b"\xff\xfb\x90\x64", bytes(3000))
+        with open("huge.wav", "wb") as file:  # 5 GiB of nothing
+            ds64 = chunk(b"ds64", struct.pack("<QQQI", 5 << 30, 5 << 30, 0, 0))
+            file.write(b"RF64\xff\xff\xff\xffWAVE" + ds64 + header(0xffffffff)[12:])
+            file.truncate(file.tell() + (5 << 30))
+        os.mkdir("dir"), os.mkdir("closed"), os.mkdir("sub"), write("sub/in.wav", b""), os.chmod("closed", 0o555)
+        os.symlink("in.wav", "link.wav"), os.link("in.wav", "hard.wav"), os.symlink("nothing", "dangling.wav")
+        for name, mode in ("fixed.wav", 0o444), ("secret.wav", 0):
+            sf.write(name, shorts(100), 48000), os.chmod(name, mode)
+        try:
+            os.mknod("full", 0o666 | 0o020000, os.makedev(1, 7))  # of our own is safe from mistakes
+        except PermissionError:
+            os.symlink("/dev/full", "full")
+
+    def test_what_goes_wrong_is_said_in_a_line(self):
+        self.make_inputs()
+        before = sorted(pathlib.Path(".").rglob("*")), pathlib.Path("link.wav").read_bytes()
+        for status, message, *arguments in (
+                (1, "no.wav: No such file or directory", "no.wav", "o.wav"),
+                (1, "new\\\\nline\\\\x1b: No such file.*", "new\nline\x1b", "o.wav"),
+                (1, "text.wav: not a readable audio file: .*", "text.wav", "o.wav"),
+                (1, "bad.mp3: not a readable audio file", "bad.mp3", "o.wav"),
+                (1, "empty.wav: the file is empty", "empty.wav", "o.wav"),
+                *((1, f"{name}: the file holds no audio", name, "o.wav") for name in ("none.wav", "none.au")),
+                (1, "zero.wav: the sample rate is 0 Hz", "zero.wav", "o.wav"),
+                (1, "negative.wav: the sample rate is 4294967291 Hz", "negative.wav", "o.wav"),
+                (1, "4g.wav: the sample rate is 4000000000 Hz", "4g.wav", "o.wav"),
+                (1, "prime.wav: 48017 to 16000 Hz reduces to a ratio with a number above 1024; .*", "prime.wav", "o.wav"),
+                (1, "17.wav: there are 17 channels; 1 to 16 are accepted", "17.wav", "o.wav"),
+                (1, "0.wav: there are 0 channels; 1 to 16 are accepted", "0.wav", "o.wav"),
+                (1, "dir: Is a directory", "dir", "o.wav"), (1, "dir: Is a directory", "in.wav", "dir"),
+                (1, "secret.wav: Permission denied", "secret.wav", "o.wav"),
+                (1, "fixed.wav: Permission denied", "in.wav", "fixed.wav"),
+                (1, "closed/o.wav: Permission denied", "in.wav", "closed/o.wav"),
+                (1, "no/o.wav: No such file or directory", "in.wav", "no/o.wav"),
+                *((1, f"{name}: output and input are the same file", "in.wav", name)
+                  for name in ("in.wav", "link.wav", "hard.wav", "sub/../in.wav")),
+                (1, "dangling.wav: a symbolic link that leads nowhere", "in.wav", "dangling.wav"),
+                (1, "full: .*", "--format", "wav", "in.wav", "full"), (1, "full: No space left.*", "--format", "raw", "in.wav", "full"),
+                (1, "o.mp3: no format is known by this suffix; .*", "in.wav", "o.mp3"),
+                (1, "o.flac: FLAC holds no floats; .*", "--bits", "float", "in.wav", "o.flac"),
+                (1, "o.flac: FLAC holds 1 to 8 channels; .*", "16.wav", "o.flac"),
+                (1, "o.au: more than the 4 GiB that AU can hold; .*", "-r", 48000, "huge.wav", "o.au"),
+                (1, "o.aiff: more than the 4 GiB that AIFF can hold; .*", "-r", 96000, "huge.wav", "o.aiff"),
+                (1, "44.wav: no stage serves 44100 to 16000 Hz; .*", "--engine", "iir", "44.wav", "o.wav"),
+                (1, "44.wav: a device converts 3 to 1 only, .*", "--engine", "device", "44.wav", "o.wav"),
+                (1, "standard output: FLAC can't be written into a pipe; .*", "--format", "flac", "in.wav", "-"),
+                (1, "no: no such folder; create it first", "--out-dir", "no", "in.wav"),
+                (1, "in.wav: Not a directory", "--out-dir", "in.wav", "16.wav"),
+                (1, "./in.wav: this output is an input, too", "--out-dir", ".", "in.wav", "44.wav"),
+                (1, "in.flac: would be written to dir/in.wav, and so would in.wav", "--out-dir", "dir", "in.wav", "in.flac"),
+                (1, "in.wav: lies outside of .*sub, which --root names", "--root", "sub", "--out-dir", "dir", "in.wav"),
+                (1, "standard input: can't be one of many files", "--out-dir", "dir", "-"),
+                (2, "IN is required.*",), (2, "OUT is required.*", "in.wav"), (2, "more than IN and OUT; .*", "in.wav", "o.wav", "p"),
+                (2, ".*-dash.wav; a file name that starts with - goes behind --; .*", "-dash.wav", "o.wav"),
+                (2, ".*--loud.*", "--loud", "in.wav", "o.wav"), (2, "--engine: foo is not one of auto, iir, fir, device; .*",
+                                                                 "--engine", "foo", "in.wav", "o.wav"),
+                (2, ".*--out-dir.*", "-j", 2, "in.wav", "o.wav"), *((2, "--raw: .*", "--raw", raw, "in.wav", "o.wav")
+                                                                    for raw in ("48000", "0,1", "8000,17", "8000,1x"))):
+            found = run(*arguments)
+            self.assertEqual(found[:2], (status, b""), arguments)
+            self.assertRegex(found[2], f"^rsmpl: {message}\n$")
+            self.assertEqual((sorted(pathlib.Path(".").rglob("*")), pathlib.Path("link.wav").read_bytes()), before, arguments)
+        for name, kind in ("in.flac", "FLAC"), ("in.caf", "CAF"), ("text.wav", "this"):
+            self.assertIn(f"input: {kind} can't be read from a pipe, only plain WAV, AU and --raw; write it to a file first\n",
+                          run("-", "o.wav", stdin=pathlib.Path(name).read_bytes())[2])
+        self.assertIn("--safe reads the input twice", run("--safe", "--raw", "8000,1", "-", "o.wav", stdin=bytes(99))[2])
+        good("16.wav", "o.wav"), good("--help"), good("--version"), good("--format", "wav", "in.wav", "/dev/null")
+        self.assertEqual(good("--", "in.wav", "-dash.wav")[:6], b"frames")
+        for limit, value, message in (("fsize", 600 << 10, "File too large"), ("nofile", 4, "Too many open files")):
+            limited = ["prlimit", f"--{limit}={value}", RSMPL, "long.wav", "o.wav"]  # what sanitizers need is within
+            found = subprocess.run(limited, capture_output=True, text=True)
+            self.assertEqual(found.returncode, 1)
+            self.assertRegex(found.stderr, rf"rsmpl: (o|long)\.wav: {message}\n$")
+
+    def test_files_are_replaced_as_one_would_like(self):
+        sf.write("1.wav", shorts(300), 48000), sf.write("2.wav", shorts(300), 48000)
+        good("1.wav", "new.wav", umask=0o027), os.symlink("new.wav", "link.wav")
+        good("2.wav", "link.wav", umask=0o077), good("2.wav", "other.wav")
+        self.assertEqual(pathlib.Path("new.wav").read_bytes(), pathlib.Path("other.wav").read_bytes())
+        self.assertTrue(os.path.islink("link.wav") and os.stat("new.wav").st_mode & 0o777 == 0o640)
+
+    def test_nobody_reads(self):
+        sf.write("in.wav", shorts(30000), 48000)
+        for ignored, status in (False, -signal.SIGPIPE), (True, 1):
+            for arguments in ["in.wav", "-"], ["in.wav", "o.wav"]:
+                reader, writer = os.pipe()
+                os.close(reader)
+                done = subprocess.run([RSMPL, *arguments], stdout=writer, stderr=subprocess.PIPE, preexec_fn=lambda: signal.signal(
+                    signal.SIGPIPE, signal.SIG_IGN if ignored else signal.SIG_DFL))
+                self.assertEqual((done.returncode, done.stderr), (status, b""))
+        with open("/dev/full", "w") as full:
+            done = subprocess.run([RSMPL, "in.wav", "o.wav"], stdout=full, stderr=subprocess.PIPE)
+        self.assertEqual((done.returncode, done.stderr), (1, b"rsmpl: standard output: No space left on device\n"))
+
+    def test_signals_leave_nothing_behind(self):
+        # Conversions that wait for the rest of their pipes, one, or two beside one that is done.
+        os.mkfifo("1.au"), os.mkfifo("2.au"), os.mkdir("out")
+        for name, ignored, status in (*((name, False, -getattr(signal, "SIG" + name)) for name in
+                                        ("HUP", "INT", "QUIT", "TERM", "XCPU")), ("HUP", True, 0)):
+            for arguments in ["1.au", "out/1.wav"], ["--out-dir", "out", "-j", "2", "1.au", "2.au"]:
+                number = getattr(signal, "SIG" + name)
+                process = subprocess.Popen(["prlimit", "--core=0", RSMPL, "-q", *arguments], preexec_fn=lambda: signal.signal(
+                    number, signal.SIG_IGN if ignored else signal.SIG_DFL))
+                writers = [open(pipe, "wb", 0) for pipe in ("1.au", "2.au") if pipe in arguments]
+                for writer in writers:
+                    writer.write(header(0xffffffff, "au", coding=3) + bytes(4000))
+                while len(list(pathlib.Path("out").glob(".rsmpl-*"))) < len(writers):
+                    time.sleep(0.01)
+                process.send_signal(number)
+                for writer in writers if ignored else []:
+                    writer.close()
+                self.assertEqual(process.wait(60), status)
+                self.assertEqual(len(os.listdir("out")), len(writers) if ignored else 0)
+                [writer.close() for writer in writers]
+
+    def test_progress_on_a_terminal_only(self):
+        sf.write("in.wav", shorts(100), 48000), os.mkdir("out")
+        known = header(64000, "au", rate=8000, coding=3)
+        for start, arguments, wanted in (
+                (b"", ["--raw", "8000,1", "-", "o.wav"], rb"^\r3 s of audio, \d times real time\x1b\[K\r\x1b\[K$"),
+                (known, ["-", "o.wav"], rb"^\r 75 %, \d times real time, 0:0\d left\x1b\[K\r\x1b\[K$"),
+                (known, ["--out-dir", "out", "in.wav", "/dev/stdin"], rb"^\r100 %, \d times real time, 0:00 left"),
+                (known, ["--quiet", "-", "o.wav"], b"^$"), (known, ["-", "-"], b"^$")):
+            master, slave = pty.openpty()
+            errors = slave if arguments != ["-", "-"] else subprocess.PIPE
+            process = subprocess.Popen([RSMPL, *arguments], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=errors)
+            for part, pause in ((start + bytes(32000), 1.1), (bytes(16000), 0.1), (bytes(16000), 0)):
+                process.stdin.write(part), process.stdin.flush(), time.sleep(pause)
+            process.stdin.close()
+            self.assertEqual(process.wait(60), 0)
+            os.write(slave, b"$"), os.close(slave)
+            self.assertRegex(os.read(master, 10000)[:-1], wanted)
+
+    def test_memory_does_not_grow(self):
+        most = []
+        for seconds in 10, 100:
+            with open("in.wav", "wb") as file:
+                file.write(header(seconds * 48000 * 32, channels=16)), file.truncate(44 + seconds * 48000 * 32)
+            process = subprocess.Popen([RSMPL, "-q", "in.wav", "out.wav"])
+            most.append(os.wait4(process.pid, 0)[2].ru_maxrss)
+        self.assertLess(most[1], 1.2 * most[0])
 
 
 if __name__ == "__main__":
