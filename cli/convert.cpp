@@ -16,8 +16,8 @@
 namespace
 {
 
-// Of a block; long ones suit the FIR filters, short ones the caches.
-constexpr std::size_t kBlockSamples = 16384;
+// Of a block, frames of the higher rate; FIR filters like them long, a few MB of memory do not.
+constexpr int kBlock = 8192;
 
 // The largest sample that never clips, whatever it is rounded to, and the largest that a device's
 // filter may make of unrounded input: rounding changes that by one unit at most, which the filter
@@ -46,14 +46,10 @@ void check_apart(const Job& job)
         throw FileError(job.out, "output and input are the same file");
 }
 
-// In frames; short where few frames make many.
 std::size_t block_frames(const rsmpl_stream_info& info)
 {
-    const std::size_t frames = kBlockSamples / static_cast<std::size_t>(info.channels);
-    if (info.up <= info.down)
-        return frames;
-    return std::max<std::size_t>(1, frames * static_cast<std::size_t>(info.down) /
-                                        static_cast<std::size_t>(info.up));
+    return static_cast<std::size_t>(
+        info.up <= info.down ? kBlock : std::max(1, kBlock * info.down / info.up));
 }
 
 // Everything from `in` through `resampler` to `take`.

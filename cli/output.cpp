@@ -132,31 +132,33 @@ void Output::copy_tags(SNDFILE* from, int up, int down)
 }
 
 // round(x 2^(bits - 16)), clipped, in the upper bits of an int.
-void Output::to_integers(const std::vector<float>& samples)
+void Output::to_integers(const std::vector<float>& samples, float peak)
 {
     const bool wide = shape_.bits == Bits::k24;
     const float scale = wide ? 256 : 1;
     const int unit = wide ? 1 << 8 : 1 << 16;
     const float highest = 32768 * scale - 1, lowest = -32768 * scale;
     integers_.resize(samples.size());
-    for (std::size_t i = 0; i < samples.size(); i += clipped_.size())
-        for (std::size_t c = 0; c < clipped_.size(); ++c) {
-            const float near = std::clamp(samples[i + c] * scale, lowest - 1, highest + 1);
-            const auto rounded = static_cast<float>(std::lrint(near));
-            const float kept = std::clamp(rounded, lowest, highest);
-            clipped_[c] += kept != rounded ? 1 : 0;
-            integers_[i + c] = static_cast<int>(kept) * unit;
-        }
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const float kept = std::clamp(samples[i] * scale, lowest, highest);
+        integers_[i] = static_cast<int>(std::lrint(kept)) * unit;
+    }
+    if (peak * scale <= highest)
+        return;
+    for (std::size_t i = 0; i < samples.size(); ++i) { // ties go to even
+        const double value = samples[i] * scale;
+        clipped_[i % clipped_.size()] += value >= highest + 0.5 || value < lowest - 0.5 ? 1 : 0;
+    }
 }
 
 void Output::write(const std::vector<float>& samples)
 {
-    peak_ = peak_of(samples.data(), samples.size(), peak_);
+    const float peak = peak_of(samples.data(), samples.size(), 0);
     const auto frames = static_cast<sf_count_t>(samples.size() / clipped_.size());
+    peak_ = std::max(peak_, peak);
     frames_ += frames;
-    if (!place_.is_pipe() && !fits(shape_, frames_))
-        check(place_.name(), {shape_.format, shape_.bits, shape_.channels, shape_.rate, frames_},
-              false);
+    shape_.frames = std::max(shape_.frames, frames_);
+    check(place_.name(), shape_, place_.is_pipe());
     errno = 0;
     sf_count_t written = 0;
     if (shape_.bits == Bits::kFloat) {
@@ -165,7 +167,7 @@ void Output::write(const std::vector<float>& samples)
                        [](float value) { return value / 32768; });
         written = sf_writef_float(file_.get(), floats_.data(), frames);
     } else {
-        to_integers(samples);
+        to_integers(samples, peak);
         written = sf_writef_int(file_.get(), integers_.data(), frames);
     }
     if (written != frames)

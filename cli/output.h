@@ -49,10 +49,10 @@ public:
     float peak() const { return peak_; }
 
 private:
-    void to_integers(const std::vector<float>& samples);
+    void to_integers(const std::vector<float>& samples, float peak);
     [[noreturn]] void fail();
 
-    Shape shape_;
+    Shape shape_; // of what has been announced, and written beyond that
     Place place_;
     SoundFile file_;
     std::int64_t frames_ = 0;
