@@ -1,6 +1,7 @@
 #include "cli/device.h"
 
 #include "api/resample_api.h"
+#include "cli/level.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
 
 #include <algorithm>
@@ -103,10 +104,9 @@ private:
 
     short to_short(float value)
     {
-        const float rounded = std::nearbyint(value);
-        const float kept = std::clamp(rounded, -32768.0F, 32767.0F);
-        clipped_ += kept != rounded ? 1 : 0;
-        return static_cast<short>(kept);
+        constexpr Limits k16Bits{-32768, 32767};
+        clipped_ += k16Bits.clips(value) ? 1 : 0;
+        return static_cast<short>(k16Bits.rounded(value));
     }
 
     // The block in planar_, of whose outputs `kept` per channel go behind `out`.

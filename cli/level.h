@@ -21,4 +21,19 @@ inline float peak_of(const float* samples, std::size_t count, float before)
     return *std::max_element(most.begin(), most.end());
 }
 
+// The least and the greatest of integer samples.
+struct Limits {
+    float lowest, highest;
+
+    // The nearest integer, as the library rounds: halves away from zero.
+    int rounded(float value) const
+    {
+        const float kept = std::clamp(value, lowest, highest);
+        return static_cast<int>(kept + std::copysign(0.5F, kept));
+    }
+
+    // In double, because 24 bits and a half are more than a float has.
+    bool clips(double value) const { return value >= highest + 0.5 || value <= lowest - 0.5; }
+};
+
 #endif

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <cmath>
 #include <filesystem>
 
 #ifndef RSMPL_MOST_BYTES
@@ -137,18 +136,14 @@ void Output::to_integers(const std::vector<float>& samples, float peak)
     const bool wide = shape_.bits == Bits::k24;
     const float scale = wide ? 256 : 1;
     const int unit = wide ? 1 << 8 : 1 << 16;
-    const float highest = 32768 * scale - 1, lowest = -32768 * scale;
+    const Limits limits{-32768 * scale, 32768 * scale - 1};
     integers_.resize(samples.size());
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const float kept = std::clamp(samples[i] * scale, lowest, highest);
-        integers_[i] = static_cast<int>(std::lrint(kept)) * unit;
-    }
-    if (peak * scale <= highest)
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        integers_[i] = limits.rounded(samples[i] * scale) * unit;
+    if (peak * scale <= limits.highest)
         return;
-    for (std::size_t i = 0; i < samples.size(); ++i) { // ties go to even
-        const double value = samples[i] * scale;
-        clipped_[i % clipped_.size()] += value >= highest + 0.5 || value < lowest - 0.5 ? 1 : 0;
-    }
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        clipped_[i % clipped_.size()] += limits.clips(samples[i] * scale) ? 1 : 0;
 }
 
 void Output::write(const std::vector<float>& samples)

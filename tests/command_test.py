@@ -140,14 +140,14 @@ class Command(unittest.TestCase):
     def test_samples_are_rounded_clipped_and_counted(self):
         steps = np.array([0.5, 1.5, -2.5, 32766.75, 32767.75, -32768.5, -40000, 1e9, 0.25])  # of 16 bits
         sf.write("in.wav", np.stack([steps, steps / 4, 0 * steps], 1) / 32768, 16000, "FLOAT")
-        for bits, unit, clipped in (("16", 1, [3, 1, 0]), ("24", 256, [3, 1, 0]), ("float", 0, [0, 0, 0])):
+        for bits, unit, clipped in (("16", 1, [4, 1, 0]), ("24", 256, [3, 1, 0]), ("float", 0, [0, 0, 0])):
             for name in "o.wav", "o.aiff", "o.au", *["o.flac"] * (bits != "float"):
                 line = told("--bits", bits, "in.wav", name)
                 self.assertEqual((line["clipped"], line["turn_down_db"]), (clipped, 89.7 if unit else 0))
                 out = sf.read(name, always_2d=True)[0][:, 0] * 32768
-                exact = np.clip(np.round(steps * unit), -32768 * unit, 32768 * unit - 1) / unit if unit else steps
+                exact = np.clip(np.trunc(steps * unit + np.copysign(0.5, steps)), -32768 * unit, 32768 * unit - 1) / unit if unit else steps
                 np.testing.assert_array_equal(out, np.float32(exact), str((name, bits)))
-        self.assertIn(b"samples clipped 4 (3, 1, 0): turn the input down, 89.7 dB", good("in.wav", "o.wav"))
+        self.assertIn(b"samples clipped 5 (4, 1, 0): turn the input down, 89.7 dB", good("in.wav", "o.wav"))
 
     def test_gain(self):
         for engine in "auto", "fir", "device":
