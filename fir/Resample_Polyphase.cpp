@@ -1,12 +1,18 @@
-// Outputs come in groups of eight, which a kernel sums side by side.  A call of at least
-// eight frames, with a group of outputs for each eighth of it, is cut into eight streams that go
-// side by side instead: these share every tap, and a sample of each lies next to the others'.
+// Outputs come in groups of eight, one in each lane, which kernels sum side by side.  Lanes lie far
+// apart in the stream, each with outputs one after the other, and a window holds the inputs of each
+// beside those of the others: what a group needs is rows of the window then.
+//
+// In a call of at least eight frames a lane is an eighth of it, whole frames: so a group has one
+// phase, and its lanes share the taps.  What is left, and calls in place, goes in blocks of a frame
+// or so, whose eighths are the lanes.  There each output of a group has a phase of its own, and so
+// an input more or less, relative to where its lane begins, than the others.
 //
 // Row i of the taps, taps[phase + i L] for every phase, meets the input i before the one that an
 // output stands at.  A tile is some groups that find the inputs of a row in one window; rows that
 // the window has no room for wait until it is filled again, further back.
 #include "fir/Resample_Polyphase_internal.h"
 
+#include "fir/Resample_SparseLine_internal.h"
 #include "kernels/Resample_Kernels_internal.h"
 
 #include <algorithm>
@@ -23,13 +29,17 @@ namespace
 using std::int64_t;
 using std::uint64_t;
 
-constexpr uint64_t kGroup = kFirOutputs;
-constexpr uint64_t kStreams = kFirStreams;
+constexpr uint64_t kLanes = kFirLanes;
 
 // What a tile works on: bounds of its scratch on the stack, some 22 KiB.
-constexpr uint64_t kWindow = 4096; // samples of all streams
-constexpr uint64_t kTileGroups = 16;
-constexpr uint64_t kTileRows = 256; // that further groups leave room for
+constexpr uint64_t kWindow = 512; // rows
+constexpr uint64_t kTileGroups = 64;
+constexpr uint64_t kTileRows = kWindow / 2; // that further groups leave room for
+constexpr uint64_t kSlice = 32;             // rows
+
+constexpr uint64_t kBlockGroups = 64; // at most
+constexpr uint64_t kFewGroups = 16;   // for which blocks are joined
+constexpr uint64_t kFarthest = 384;   // inputs between outputs, less than that
 
 // Where an output stands: `phase` steps of the high rate after an input.
 struct Position {
@@ -41,76 +51,6 @@ Position position(const Polyphase& filter, uint64_t output)
 {
     const uint64_t tick = output * filter.M;
     return {static_cast<int64_t>(tick / filter.L), tick % filter.L};
-}
-
-// Whether the samples of a group leave some room in the window.
-bool fits(uint64_t L, uint64_t M, uint64_t streams)
-{
-    return M / L < kWindow / streams / kGroup * 3 / 4;
-}
-
-int64_t divide_up(int64_t dividend, int64_t divisor)
-{
-    return dividend / divisor + (dividend % divisor > 0 ? 1 : 0);
-}
-
-// The inputs of a call and, with negative numbers, those before it.  The line stands at `tick` of
-// the high rate and has what came before.
-struct Source {
-    const float* in;
-    const DelayLine& line;
-    int64_t tick;
-    int64_t L;
-
-    // Where in the line input i is.
-    uint64_t place(int64_t i) const
-    {
-        const auto age = static_cast<uint64_t>(tick - i * L);
-        return (line.index + line.size - age % line.size) % line.size;
-    }
-
-    float sample(int64_t i) const { return i * L < tick ? line.values[place(i)] : in[i]; }
-
-    // Copies inputs [first, end), to every `stride`-th float.
-    void copy(int64_t first, int64_t end, float* to, uint64_t stride) const
-    {
-        const int64_t recent = std::clamp(divide_up(tick, L), first, end);
-        const uint64_t step = static_cast<uint64_t>(L) % line.size;
-        uint64_t at = first < recent ? place(first) : 0;
-        for (int64_t i = first; i < recent; ++i, to += stride) {
-            *to = line.values[at];
-            at += step;
-            at -= at < line.size ? 0 : line.size;
-        }
-        for (int64_t i = recent; i < end; ++i, to += stride)
-            *to = in[i];
-    }
-};
-
-// Sets the places of the inputs in ticks [from, to) to value(input).
-template <typename Value>
-void set_inputs(DelayLine& line, int64_t tick, int64_t L, int64_t from, int64_t to, Value value)
-{
-    const auto size = static_cast<int64_t>(line.size);
-    int64_t i = divide_up(from, L);
-    int64_t at = (static_cast<int64_t>(line.index) + size + (i * L - tick) % size) % size;
-    for (const int64_t step = L % size; i * L < to; ++i) {
-        line.values[at] = value(i);
-        at += step;
-        at -= at < size ? 0 : size;
-    }
-}
-
-// Moves the line on from `tick` by `ticks`.  It has zeros between its inputs already, so that
-// inputs are all that leaves it and enters it.
-void advance(DelayLine& line, const float* in, int64_t tick, uint64_t ticks, int64_t L)
-{
-    const auto size = static_cast<int64_t>(line.size);
-    const int64_t end = tick + static_cast<int64_t>(ticks);
-    set_inputs(line, tick, L, tick - size, std::min(tick, end - size),
-               [](int64_t) { return 0.0F; });
-    set_inputs(line, tick, L, std::max(tick, end - size), end, [in](int64_t i) { return in[i]; });
-    line.index = (line.index + ticks) % line.size;
 }
 
 // What a sum that came out as -0 is with the zeros in it.  After the last product that does not
@@ -133,154 +73,203 @@ float signed_zero(const Polyphase& filter, const float* taps, const Source& sour
     return 0.0F;
 }
 
-// Some groups of outputs in one stream or in eight, each `apart` inputs after the one before.
+// Eight lanes of outputs in groups, which repeat after `period` of them, `outputs` outputs and
+// `inputs` inputs further on.
+struct Lanes {
+    uint64_t period, outputs, inputs;
+    uint64_t count; // groups
+    uint64_t end;   // of the outputs: not every group is full
+    bool alike;     // whether the outputs of a group have one phase
+    uint64_t rows;
+    const float* tables;     // of `period` groups
+    uint64_t output[kLanes]; // the first of each lane
+    int64_t newest[kLanes];  // input that the first row meets there
+
+    uint64_t row_size() const { return alike ? 1 : kLanes; }
+};
+
+// `frames` frames in each lane.
+Lanes streams(const Polyphase& filter, const float* tables, uint64_t frames)
+{
+    const uint64_t count = frames * filter.L;
+    Lanes lanes = {filter.L, filter.L,    filter.M, count, kLanes * count,
+                   true,     filter.rows, tables,   {},    {}};
+    for (uint64_t s = 0; s < kLanes; ++s) {
+        lanes.output[s] = s * count;
+        lanes.newest[s] = static_cast<int64_t>(s * frames * filter.M);
+    }
+    return lanes;
+}
+
+// The block that output `from` begins, of patterns that begin with output `start`, before output
+// `end`.  Where a pattern is one block, and small, some more follow along.
+Lanes blocks(const Polyphase& filter, const float* tables, uint64_t start, uint64_t from,
+             uint64_t end)
+{
+    const uint64_t pattern = filter.pattern, groups = filter.groups, rows = filter.rows + 1;
+    const uint64_t inputs = pattern / filter.L * filter.M;
+    const uint64_t into = (from - start) % pattern;
+    const uint64_t block = (into * filter.blocks + pattern - 1) / pattern;
+    uint64_t turns = 1;
+    while (filter.blocks == 1 && (turns + 1) * groups <= kFewGroups &&
+           (turns + 1) * inputs <= kWindow - kTileRows && from + turns * pattern < end)
+        ++turns;
+    const auto output = [&](uint64_t lane) { return from - into + filter.lane_start(lane); };
+    end = std::min(end, output(kLanes * (block + 1)) + (turns - 1) * pattern);
+    tables += filter.L * filter.rows + block * groups * rows * kLanes;
+    Lanes lanes = {groups, pattern, inputs, turns * groups, end, false, rows, tables, {}, {}};
+    for (uint64_t s = 0; s < kLanes; ++s) {
+        lanes.output[s] = output(kLanes * block + s);
+        lanes.newest[s] = position(filter, lanes.output[s]).input + 1;
+    }
+    return lanes;
+}
+
+// Some groups of eight lanes.
 class Tile
 {
 public:
-    // From `first` on, where a group begins, as many outputs of each stream as fit, before `end`.
+    // From group `first` on, as many as fit; of blocks, all.
     // cppcheck-suppress uninitMemberVar ; the rest is written before it is read
-    Tile(const Polyphase& filter, uint64_t streams, uint64_t first, uint64_t end)
-        : filter_(filter), streams_(streams), room_(kWindow / streams),
-          first_group_(first % filter.pattern / kGroup), oldest_(position(filter, first).input)
+    Tile(const Polyphase& filter, const Lanes& lanes, uint64_t first)
+        : filter_(filter), lanes_(lanes)
     {
-        while (groups_ < kTileGroups && first + outputs_ < end && add_group(first + outputs_, end))
-            ++groups_;
+        uint64_t turn = first / lanes.period, k = first % lanes.period;
+        Position at = position(filter, k);
+        for (; first + groups_ < lanes.count && groups_ < kTileGroups; ++groups_) {
+            const uint64_t input = turn * lanes.inputs + static_cast<uint64_t>(at.input);
+            oldest_ = groups_ == 0 ? input : oldest_;
+            newest_[groups_] = input - oldest_;
+            if (newest_[groups_] + std::min(lanes.rows, kTileRows) > kWindow)
+                break;
+            taps_[groups_] = lanes.tables + k * lanes.rows * lanes.row_size();
+            outputs_[groups_] = turn * lanes.outputs + k;
+            step(turn, k, at);
+        }
+        if (first + groups_ < lanes.count && groups_ > kLanes)
+            groups_ -= groups_ % kLanes; // as many as kernels take at once
     }
 
-    uint64_t outputs() const { return outputs_; }
+    uint64_t groups() const { return groups_; }
 
     // Sums over all rows of taps.
-    void run(const float* taps, const float* tables, const Source& source, int64_t apart)
+    void run(const float* taps, const Source& source)
     {
-        std::fill_n(sums_, groups_ * kGroup * streams_, 0.0F);
-        std::fill_n(window_ + room_ * streams_, streams_, 0.0F);
-        const uint64_t at_once = room_ - static_cast<uint64_t>(newest_ - oldest_);
-        for (uint64_t row = 0, count; row < filter_.rows; row += count) {
-            count = std::min(at_once, filter_.rows - row);
-            const int64_t start = oldest_ - static_cast<int64_t>(row + count - 1);
-            fill(source, start, newest_ + 1 - static_cast<int64_t>(row), apart);
+        const FirKernels& kernels = active_kernels().fir;
+        const auto convolve = lanes_.alike ? kernels.convolve_streams : kernels.convolve_lanes;
+        const uint64_t span = newest_[groups_ - 1];
+        std::fill_n(sums_, groups_ * kLanes, 0.0F);
+        for (uint64_t row = 0, count; row < lanes_.rows; row += count) {
+            count = std::min(kWindow - span, lanes_.rows - row);
+            fill(source, static_cast<int64_t>(oldest_ + span + 1) - static_cast<int64_t>(row),
+                 span + count);
+            convolve(sums_, groups_, taps_, newest_, count,
+                     window_ + (kWindow - 1 - span) * kLanes);
             for (uint64_t g = 0; g < groups_; ++g)
-                add_rows(tables, g, row, count, start);
+                taps_[g] += count * lanes_.row_size();
         }
-        sign_zeros(taps, source, apart);
+        sign_zeros(taps, source);
     }
 
-    // Output k of stream s goes to out[k + s * outputs].
-    void deliver(float* out, uint64_t outputs) const
+    void deliver(float* out) const
     {
-        for (uint64_t g = 0; g < groups_; ++g)
-            for (uint64_t p = 0; p < counts_[g]; ++p, ++out)
-                for (uint64_t s = 0; s < streams_; ++s)
-                    out[s * outputs] = sums_[(g * kGroup + p) * streams_ + s];
+        for (uint64_t g = 0, count; g < groups_; g += count) {
+            count = std::min(groups_ - g, lanes_.period - outputs_[g] % lanes_.outputs);
+            deliver(out + outputs_[g], g, count, lanes_.end - outputs_[g]);
+        }
     }
 
 private:
-    // False when it finds no room.
-    bool add_group(uint64_t first, uint64_t end)
+    // Groups [g, g + count), whose outputs follow one another in each lane.
+    void deliver(float* out, uint64_t g, uint64_t count, uint64_t end) const
     {
-        const uint64_t in_pattern = filter_.pattern - first % filter_.pattern;
-        const uint64_t count = std::min({kGroup, in_pattern, end - first});
-        Position* const at = at_ + groups_ * kGroup;
-        for (uint64_t p = 0; p < kGroup; ++p) // places without an output repeat the last one
-            at[p] = position(filter_, first + std::min(p, count - 1));
-        const int64_t newest = at[kGroup - 1].input;
-        if (groups_ > 0 &&
-            static_cast<uint64_t>(newest - oldest_) + std::min(filter_.rows, kTileRows) > room_)
-            return false;
-        newest_ = newest;
-        counts_[groups_] = count;
-        outputs_ += count;
-        return true;
-    }
-
-    // Fills the window with inputs [first, end) of every stream; several streams begin at input 0.
-    void fill(const Source& source, int64_t first, int64_t end, int64_t apart)
-    {
-        const int64_t recent = streams_ == 1 ? end : std::clamp(int64_t{0}, first, end);
-        for (uint64_t s = 0; s < streams_; ++s) {
-            const int64_t shift = static_cast<int64_t>(s) * apart;
-            source.copy(shift + first, shift + recent, window_ + s, streams_);
+        const uint64_t squares = lanes_.output[kLanes - 1] + count <= end ? count / kLanes : 0;
+        const float* from[kLanes];
+        float* to[kLanes];
+        for (uint64_t s = 0; s < kLanes; ++s) {
+            from[s] = sums_ + (g + s) * kLanes;
+            to[s] = out + lanes_.output[s];
+            for (uint64_t i = squares * kLanes; i < count; ++i)
+                if (lanes_.output[s] + i < end)
+                    to[s][i] = sums_[(g + i) * kLanes + s];
         }
-        if (recent < end)
-            active_kernels().fir.interleave(
-                window_ + static_cast<uint64_t>(recent - first) * kStreams, source.in + recent,
-                static_cast<uint64_t>(apart), static_cast<uint64_t>(end - recent));
+        active_kernels().fir.turn(to, kLanes, from, kLanes * kLanes, squares);
     }
 
-    // Adds the products of rows [row, row + count) to group g.  The last row may be one that only
-    // some phases have; the others then take a sample that is +0, and a tap of -0, which adds
-    // nothing.
-    void add_rows(const float* tables, uint64_t g, uint64_t row, uint64_t count, int64_t start)
+    // To the next group.
+    void step(uint64_t& turn, uint64_t& k, Position& at) const
     {
-        const FirKernels& kernels = active_kernels().fir;
-        const auto convolve = streams_ == 1 ? kernels.convolve_phases : kernels.convolve_streams;
-        const uint64_t table = (first_group_ + g) % filter_.groups;
-        const float* const taps = tables + (table * filter_.rows + row) * kGroup;
-        const uint64_t whole = std::min(count, filter_.length / filter_.L - row);
-        std::size_t newest[kGroup];
-        for (uint64_t p = 0; p < kGroup; ++p)
-            newest[p] = static_cast<std::size_t>(at_[g * kGroup + p].input -
-                                                 static_cast<int64_t>(row) - start);
-        convolve(sums_ + g * kGroup * streams_, taps, whole, window_, newest);
-        if (whole == count)
+        if (++k == lanes_.period) {
+            ++turn;
+            k = 0;
+            at = {0, 0};
             return;
-        for (uint64_t p = 0; p < kGroup; ++p)
-            newest[p] =
-                at_[g * kGroup + p].phase < filter_.length % filter_.L ? newest[p] - whole : room_;
-        convolve(sums_ + g * kGroup * streams_, taps + whole * kGroup, 1, window_, newest);
+        }
+        at.phase += filter_.M % filter_.L;
+        const uint64_t carry = at.phase >= filter_.L; // no branch, which none could predict
+        at.phase -= carry * filter_.L;
+        at.input += static_cast<int64_t>(filter_.M / filter_.L + carry);
     }
 
-    void sign_zeros(const float* taps, const Source& source, int64_t apart)
+    // Fills the window, at least its last `height` rows: of each lane the inputs before `end`,
+    // counted from where it begins.
+    void fill(const Source& source, int64_t end, uint64_t height)
     {
-        for (uint64_t i = 0; i < groups_ * kGroup * streams_; ++i) {
-            if (sums_[i] != 0 || !std::signbit(sums_[i]))
-                continue;
-            Position at = at_[i / streams_];
-            at.input += static_cast<int64_t>(i % streams_) * apart;
-            sums_[i] = signed_zero(filter_, taps, source, at);
+        float scratch[kLanes][kSlice];
+        const float* lane[kLanes];
+        float* to[kLanes];
+        uint64_t left = (height + kLanes - 1) / kLanes * kLanes;
+        for (uint64_t count; left > 0; left -= count) {
+            const int64_t first = end - static_cast<int64_t>(left);
+            const bool direct =
+                source.holds(first + lanes_.newest[0], first + lanes_.newest[kLanes - 1], left);
+            count = direct ? left : std::min(left, kSlice);
+            for (uint64_t s = 0; s < kLanes; ++s) {
+                const int64_t oldest = first + lanes_.newest[s];
+                lane[s] = lanes_.output[s] < lanes_.end ? source.view(oldest, count, scratch[s])
+                                                        : lane[0]; // to read, not to use
+                to[s] = window_ + (kWindow - left + s) * kLanes;
+            }
+            active_kernels().fir.turn(to, kLanes * kLanes, lane, kLanes, count / kLanes);
+        }
+    }
+
+    void sign_zeros(const float* taps, const Source& source)
+    {
+        if (!active_kernels().fir.has_negative_zero(sums_, groups_))
+            return;
+        for (uint64_t i = 0; i < groups_ * kLanes; ++i) {
+            const uint64_t output = lanes_.output[i % kLanes] + outputs_[i / kLanes];
+            if (sums_[i] == 0 && std::signbit(sums_[i]) && output < lanes_.end)
+                sums_[i] = signed_zero(filter_, taps, source, position(filter_, output));
         }
     }
 
     const Polyphase& filter_;
-    uint64_t streams_, room_; // samples of each stream
-    uint64_t first_group_, groups_ = 0, outputs_ = 0;
-    int64_t oldest_, newest_ = 0; // inputs where its outputs stand
-    uint64_t counts_[kTileGroups];
-    Position at_[kTileGroups * kGroup];
-    float sums_[kTileGroups * kGroup * kStreams];
-    alignas(32) float window_[kWindow + kStreams]; // the last ones are +0
+    const Lanes& lanes_;
+    uint64_t groups_ = 0, oldest_ = 0;
+    // Of each group: newest input, relative to the first group; taps; output.
+    std::size_t newest_[kTileGroups];
+    const float* taps_[kTileGroups];
+    uint64_t outputs_[kTileGroups];
+    float sums_[kTileGroups * kLanes];
+    alignas(32) float window_[kWindow * kLanes];
 };
 
-// `frames` frames in each of eight streams, one after the other in `in` and in `out`, which are
-// apart.
-void filter_streams(const Polyphase& filter, const float* taps, const float* tables,
-                    DelayLine& line, const float* in, float* out, uint64_t frames)
+// All groups of the lanes.  In place these fit into one tile; of the input that is read ahead of
+// the output, but then overwritten, the line keeps what later ones need.
+[[gnu::noinline]] void run(const Polyphase& filter, const float* taps, const Lanes& lanes,
+                           Source& source, float* out, bool in_place)
 {
-    const auto L = static_cast<int64_t>(filter.L);
-    const Source source = {in, line, 0, L};
-    const uint64_t outputs = frames * filter.L;
-    for (uint64_t k = 0; k < outputs;) {
-        Tile tile(filter, kStreams, k, outputs);
-        tile.run(taps, tables, source, static_cast<int64_t>(frames * filter.M));
-        tile.deliver(out + k, outputs);
-        k += tile.outputs();
-    }
-    advance(line, in, 0, kStreams * outputs * filter.M, L);
-}
-
-// `frames` frames, output after output: what is read of `in` is ahead of what is written to `out`.
-void filter_in_order(const Polyphase& filter, const float* taps, const float* tables,
-                     DelayLine& line, const float* in, float* out, uint64_t frames)
-{
-    const auto L = static_cast<int64_t>(filter.L);
-    const uint64_t outputs = frames * filter.L;
-    for (uint64_t k = 0; k < outputs;) {
-        const auto tick = static_cast<int64_t>(k * filter.M);
-        Tile tile(filter, 1, k, outputs);
-        tile.run(taps, tables, {in, line, tick, L}, 0);
-        advance(line, in, tick, tile.outputs() * filter.M, L);
-        tile.deliver(out + k, outputs);
-        k += tile.outputs();
+    for (uint64_t g = 0; g < lanes.count;) {
+        Tile tile(filter, lanes, g);
+        tile.run(taps, source);
+        if (in_place) {
+            source.advance(static_cast<int64_t>(lanes.end * filter.M));
+            source.keep();
+        }
+        tile.deliver(out);
+        g += tile.groups();
     }
 }
 
@@ -289,9 +278,16 @@ void filter_in_order(const Polyphase& filter, const float* taps, const float* ta
 uint64_t pattern_of(uint64_t L)
 {
     uint64_t outputs = L;
-    while ((kGroup - outputs % kGroup) % kGroup > outputs / 8)
+    while ((kLanes - outputs % kLanes) % kLanes > outputs / 8)
         outputs += L;
     return outputs;
+}
+
+// So many that the groups of one are not too many, and not too far apart.
+uint64_t blocks_of(uint64_t pattern, uint64_t L, uint64_t M)
+{
+    const uint64_t groups = std::clamp((kWindow - kTileRows) * L / M, uint64_t{1}, kBlockGroups);
+    return (pattern - 1) / (kLanes * groups) + 1;
 }
 
 bool apart(const float* in, uint64_t inputs, const float* out, uint64_t outputs)
@@ -304,32 +300,42 @@ bool apart(const float* in, uint64_t inputs, const float* out, uint64_t outputs)
 
 bool Polyphase::serves(uint64_t length, uint64_t L, uint64_t M)
 {
-    return L > 1 && L <= length && M > 0 && fits(L, M, 1);
+    return L > 1 && L <= length && M > 0 && M / L < kFarthest;
 }
 
 Polyphase::Polyphase(uint64_t taps, uint64_t up, uint64_t down)
     : length(taps), L(up), M(down), rows((taps - 1) / up + 1), pattern(pattern_of(up)),
-      groups((pattern - 1) / kGroup + 1)
+      blocks(blocks_of(pattern, up, down)), groups((pattern - 1) / (kLanes * blocks) + 1)
 {
 }
 
 uint64_t Polyphase::table_size() const
 {
-    return groups * kGroup * rows;
+    return L * rows + blocks * groups * (rows + 1) * kLanes;
 }
 
 void Polyphase::fill(const float* taps, float* tables) const
 {
-    for (uint64_t k = 0; k < groups * kGroup; ++k) {
-        float* const table = tables + k / kGroup * rows * kGroup + k % kGroup;
-        const uint64_t phase = position(*this, k).phase;
-        for (uint64_t row = 0; row < rows; ++row) {
-            const uint64_t j = phase + row * L;
-            table[row * kGroup] = j < length ? taps[j] : -0.0F;
+    constexpr float kNone = std::numeric_limits<float>::quiet_NaN();
+    const auto tap = [&](uint64_t j) { return j < length ? taps[j] : kNone; };
+    float* to = tables;
+    for (uint64_t i = 0; i < L * rows; ++i)
+        *to++ = tap(position(*this, i / rows).phase + i % rows * L);
+    for (uint64_t k = 0; k < blocks * groups; ++k) {
+        const int64_t inputs =
+            position(*this, k % groups).input; // from the first group on, at least
+        for (uint64_t s = 0; s < kLanes; ++s) {
+            const uint64_t first = lane_start(k / groups * kLanes + s);
+            const Position from = position(*this, first), at = position(*this, first + k % groups);
+            const bool late = at.input - from.input == inputs;
+            for (uint64_t i = 0; i <= rows; ++i)
+                to[i * kLanes + s] =
+                    late && i == 0 ? kNone : tap(at.phase + (late ? i - 1 : i) * L);
         }
+        to += (rows + 1) * kLanes;
     }
-    if (!std::all_of(taps, taps + length, [](float tap) { return std::isfinite(tap); }))
-        tables[0] = std::numeric_limits<float>::quiet_NaN();
+    if (!std::all_of(taps, taps + length, [](float value) { return std::isfinite(value); }))
+        tables[0] = kNone;
 }
 
 bool Polyphase::usable(const float* tables)
@@ -340,15 +346,23 @@ bool Polyphase::usable(const float* tables)
 void filter_by_phases(const Polyphase& filter, const float* taps, const float* tables,
                       DelayLine& line, const float* in, float* out, uint64_t frames)
 {
-    const uint64_t in_streams = frames / kStreams;
-    if (in_streams * filter.L >= kGroup && fits(filter.L, filter.M, kStreams) &&
-        apart(in, frames * filter.M, out, frames * filter.L)) {
-        filter_streams(filter, taps, tables, line, in, out, in_streams);
-        in += kStreams * in_streams * filter.M;
-        out += kStreams * in_streams * filter.L;
-        frames -= kStreams * in_streams;
+    const uint64_t inputs = frames * filter.M, end = frames * filter.L;
+    const bool in_place = !apart(in, inputs, out, end);
+    Source source(in, inputs, line, filter.L, filter.rows + kLanes);
+    source.keep();
+    uint64_t start = 0;
+    if (!in_place && frames / kLanes * filter.L >= kLanes) {
+        const Lanes lanes = streams(filter, tables, frames / kLanes);
+        run(filter, taps, lanes, source, out, false);
+        start = lanes.end;
     }
-    filter_in_order(filter, taps, tables, line, in, out, frames);
+    for (uint64_t k = start; k < end;) {
+        const Lanes lanes = blocks(filter, tables, start, k, end);
+        run(filter, taps, lanes, source, out, in_place);
+        k = lanes.end;
+    }
+    if (!in_place)
+        source.advance(static_cast<int64_t>(end * filter.M));
 }
 
 } // namespace rsmpl

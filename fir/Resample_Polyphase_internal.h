@@ -17,11 +17,10 @@ namespace rsmpl
 {
 
 // Numbers of a filter with `length` taps, at least one, that inserts L - 1 zeros and keeps every
-// M-th output.  Groups of eight consecutive outputs share a table of taps; after so many outputs
-// that a group ends with a frame, or nearly so, tables repeat.
+// M-th output.
 struct Polyphase {
-    // Whether a filter is one of these: it inserts zeros, has taps for every phase, and eight of
-    // its outputs are not so far apart that the scratch could not hold their inputs.
+    // Whether a filter is one of these: it inserts zeros, has taps for every phase, and its outputs
+    // are not too far apart.
     static bool serves(std::uint64_t length, std::uint64_t L, std::uint64_t M);
 
     // Of that many taps, and a ratio that is served.
@@ -34,10 +33,14 @@ struct Polyphase {
     void fill(const float* taps, float* tables) const;
     static bool usable(const float* tables);
 
+    // The first output of a lane: they divide a pattern evenly, eight for each block.
+    std::uint64_t lane_start(std::uint64_t lane) const { return lane * pattern / (8 * blocks); }
+
     std::uint64_t length, L, M;
     std::uint64_t rows; // taps of a phase; where length % L is not 0 the last is only of that many
-    std::uint64_t pattern; // outputs after which tables repeat, whole frames
-    std::uint64_t groups;  // tables
+    std::uint64_t pattern; // outputs after which blocks repeat, whole frames
+    std::uint64_t blocks;  // in a pattern
+    std::uint64_t groups;  // of a block: a lane has that many outputs, or one fewer
 };
 
 // Takes `frames` frames of M inputs each through the filter: in[0 .. M frames) to out[0 .. L

@@ -68,13 +68,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size)
     size_t length = input.size(input.once_in(8) ? input.once_in(20) ? 9000 : 400 : 40);
     Case c = {input.samples(length), {}, 1, 1};
     if (engine == 1) {
-        const std::tuple<size_t, size_t> great[] = {{160, 441}, {441, 160}, {1024, 341},
+        const std::tuple<size_t, size_t> great[] = {{160, 441}, {441, 160}, {1024, 341}, {600, 601},
                                                     {3, 1250},  {2, 95},    {2, 760}};
         const int most = input.once_in(4) ? 50 : 8;
         c.L = input.size(most),
         c.M = input.size(input.once_in(8) ? input.once_in(2) ? 130 : 2500 : most);
         if (input.once_in(10)) {
-            std::tie(c.L, c.M) = great[input.size(5)];
+            std::tie(c.L, c.M) = great[input.size(6)];
             if (input.once_in(2)) // more than windows hold at once
                 c.taps = input.samples(length = input.size(4000));
         }

@@ -37,22 +37,26 @@ struct FirKernels {
     void (*convolve)(float* sums, std::size_t n, const float* taps, const std::size_t* starts,
                      std::size_t count, const float* window);
 
-    // Eight sums, each over samples of its own:
-    //     sums[k] += taps[8 i + k] * window[newest[k] - i],   k < 8, i < rows, i in its order.
-    void (*convolve_phases)(float* sums, const float* taps, std::size_t rows, const float* window,
-                            const std::size_t* newest);
+    // Groups of eight sums, in lanes side by side, each over samples of its own:
+    //     sums[8 g + s] += tap * window[8 (newest[g] - i) + s],   g < groups, s < 8, i < rows,
+    // i in its order; newest[] ascends.  In streams a group's lanes share tap taps[g][i]; lanes
+    // have taps[g][8 i + s] each.  Where a tap is NaN there is none: nothing is added.  That may be
+    // in the last row, and of lanes also in the one before it and in the first.
+    using Groups = void(float* sums, std::size_t groups, const float* const* taps,
+                        const std::size_t* newest, std::size_t rows, const float* window);
+    Groups* convolve_streams;
+    Groups* convolve_lanes;
 
-    // The same in eight streams s, sample by sample side by side:
-    //     sums[8 k + s] += taps[8 i + k] * window[8 (newest[k] - i) + s].
-    void (*convolve_streams)(float* sums, const float* taps, std::size_t rows, const float* window,
-                             const std::size_t* newest);
+    // Turns squares of 8 by 8: to[k][i * to_step + s] = from[s][i * from_step + k], i < squares.
+    void (*turn)(float* const* to, std::size_t to_step, const float* const* from,
+                 std::size_t from_step, std::size_t squares);
 
-    // Lays eight streams side by side: window[8 i + s] = in[s * apart + i], i < count.
-    void (*interleave)(float* window, const float* in, std::size_t apart, std::size_t count);
+    // Whether one of 8 * groups sums is -0.
+    bool (*has_negative_zero)(const float* sums, std::size_t groups);
 };
 
 inline constexpr std::size_t kFirOutputs = 8;
-inline constexpr std::size_t kFirStreams = 8;
+inline constexpr std::size_t kFirLanes = 8;
 
 // All over n samples; source and destination do not overlap.
 struct ConvertKernels {
