@@ -67,18 +67,19 @@ void describe_copy(rsmpl_stream_info& info)
 //
 //     delay = ceil(kReach * max(L, M) / M) output frames,   centre = delay * M
 //
-// It is symmetric about that tap.  Of its 2 * centre + 1 taps the last is left out, which like the
-// first is the end of the window, 0.
+// It is symmetric about that tap.  Zeros fill it up to whole phases, which the engine likes best;
+// or its last tap is left out, which like the first is the end of the window, 0.
 constexpr int kReach = 48;
 constexpr float kCutoff = 0.93F; // of the lower Nyquist frequency
 
 std::vector<float> design(int centre, int up, int longer)
 {
+    const auto phases = static_cast<std::size_t>(up);
     std::vector<float> taps(2 * static_cast<std::size_t>(centre) + 1);
     if (GeneralFIRDesign(taps.data(), 2 * centre + 1, WIN_BLACKMAN, 0,
                          kCutoff / 2 / static_cast<float>(longer), static_cast<float>(centre)) == 0)
         throw std::bad_alloc();
-    taps.pop_back();
+    taps.resize((taps.size() + phases - 2) / phases * phases);
     for (float& tap : taps)
         tap *= static_cast<float>(up);
     return taps;
@@ -96,7 +97,7 @@ FIRMRState* make_fir(rsmpl_stream_info& info)
         throw std::bad_alloc();
     }
     info.engine = RSMPL_ENGINE_FIR;
-    info.taps = static_cast<int>(taps.size());
+    info.taps = 2 * delay * info.down + 1;
     info.flat = 0.87;
     info.edge = 0.902;
     info.ripple = 0.01;

@@ -40,7 +40,7 @@ namespace
 {
 
 // Frames of the faster side that the scratch holds, when a group is not longer.
-constexpr size_t kScratch = 4096;
+constexpr size_t kScratch = 8192;
 
 // The longest call of a filter in frames of the faster side.
 constexpr size_t kLongestCall = INT_MAX / 2;
@@ -75,13 +75,22 @@ void scatter(const Sample* from, size_t count, Sample* to, size_t stride)
         each(stride);
 }
 
-// The samples whose rounded value is beyond 16 bits.
-std::uint64_t count_clipped(const float* samples, size_t count)
+// Rounds to 16 bits.  Returns how many samples were clipped, which are looked for only where a
+// result is one of the limits.
+std::uint64_t round(const float* from, size_t count, short* to)
 {
-    unsigned clipped = 0;
-    for (size_t i = 0; i < count; ++i)
-        clipped += static_cast<unsigned>((samples[i] >= 32767.5F) | (samples[i] <= -32768.5F));
-    return clipped;
+    constexpr int kToNearest = 1;
+    Convert_FloatToShort(to, from, static_cast<int>(count), kToNearest);
+    short lowest = 0;
+    short highest = 0;
+    for (size_t i = 0; i < count; ++i) {
+        lowest = std::min(lowest, to[i]);
+        highest = std::max(highest, to[i]);
+    }
+    const auto beyond = [](float x) { return x >= SHRT_MAX + 0.5F || x <= SHRT_MIN - 0.5F; };
+    return lowest == SHRT_MIN || highest == SHRT_MAX
+               ? static_cast<std::uint64_t>(std::count_if(from, from + count, beyond))
+               : 0;
 }
 
 // A caller's block: read() brings samples of channel c to a filter, write() takes them back.  A
@@ -133,14 +142,13 @@ struct ShortBlock {
     }
     void write(size_t c, size_t first, size_t count, const float* from) const
     {
-        constexpr int kRounded = 1;
         std::array<short, 512> rounded;
         short* to = out + first * channels + c;
         for (size_t part = 0; count > 0; count -= part, from += part, to += part * channels) {
             part = std::min(count, rounded.size());
-            clipped += count_clipped(from, part);
-            Convert_FloatToShort(rounded.data(), from, static_cast<int>(part), kRounded);
-            scatter(rounded.data(), part, to, channels);
+            clipped += round(from, part, channels == 1 ? to : rounded.data());
+            if (channels > 1)
+                scatter(rounded.data(), part, to, channels);
         }
     }
 };
