@@ -1,0 +1,228 @@
+// A stream opened with any arguments and fed in any pieces, formats and orders, against the bare
+// stage, or one channel that is filtered at once.
+#include "fuzz/input.h"
+#include "stream/rsmpl_stream.h"
+
+#include <numeric>
+
+namespace
+{
+
+using std::size_t;
+
+struct Case {
+    int channels, in_rate, out_rate, engine;
+    unsigned flags;
+    size_t L = 1, M = 1;
+    const Stage* stage = nullptr; // that serves it
+    size_t lead = 0;              // outputs that it leaves out
+
+    size_t delivered(size_t frames) const
+    {
+        return frames / M * L - std::min(frames / M * L, lead);
+    }
+    size_t sum(size_t frames) const { return (frames * L + M - 1) / M; }
+};
+
+// Of a stage, of a FIR filter short or long, or refused.
+Case any_case(Input& input)
+{
+    const int most[] = {6, 12, 60, 1040}, kind = input.once_in(8) ? 3 : input.between(0, 2);
+    const int unit = input.once_in(9) ? input.any<int>() % 2000000 : input.between(1, 900);
+    const int in = unit * input.between(1, most[kind]), out = unit * input.between(1, most[kind]);
+    const bool odd = input.once_in(9), many = kind < 2 && input.once_in(9);
+    const int channels = input.between(odd ? 0 : 1, many ? 66 : 3), flags = odd ? 2 : 1;
+    return {channels, in, input.once_in(9) ? in : out,
+            odd ? input.between(0, 3) : 2 * input.between(0, 1),
+            static_cast<unsigned>(input.between(0, flags))};
+}
+
+// What opening it results in; sets what it has to be like.
+rsmpl_stream_status status_of(Case& c)
+{
+    if (c.channels < 1 || c.channels > 64 || c.engine > 2 || c.flags > 1)
+        return RSMPL_STREAM_BAD_ARGUMENT;
+    if (c.in_rate < 1 || c.out_rate < 1)
+        return RSMPL_STREAM_BAD_RATES;
+    const int divisor = std::gcd(c.in_rate, c.out_rate), L = c.out_rate / divisor,
+              M = c.in_rate / divisor;
+    c.L = static_cast<size_t>(L), c.M = static_cast<size_t>(M);
+    for (const Stage& stage : kStages)
+        if (stage.insertion == L && stage.kept == M && c.engine != RSMPL_ENGINE_FIR)
+            c.stage = &stage;
+    const bool none = c.engine == RSMPL_ENGINE_IIR && c.stage == nullptr && L != M;
+    return none || std::max(L, M) > 1024 ? RSMPL_STREAM_BAD_RATES : RSMPL_STREAM_OK;
+}
+
+rsmpl_stream* opened(Case c, int channels, unsigned flags)
+{
+    auto* stream = reinterpret_cast<rsmpl_stream*>(&c);
+    const auto engine = static_cast<rsmpl_engine>(c.engine);
+    const auto status = rsmpl_stream_open(&stream, channels, c.in_rate, c.out_rate, engine, flags);
+    check(status == status_of(c) && (stream != nullptr) == (status == RSMPL_STREAM_OK));
+    check(std::strlen(rsmpl_stream_message(status)) > 7);
+    return stream;
+}
+
+// So many outputs of one channel, silence coming after the input.
+Floats filtered_at_once(const Case& c, Floats in, size_t outputs)
+{
+    in.resize((outputs + c.L - 1) / c.L * c.M);
+    Floats out(in.size() / c.M * c.L);
+    const float* const row = in.data();
+    float *const to = out.data(), ctx[9] = {};
+    if (c.L == c.M)
+        return in;
+    if (c.stage != nullptr) {
+        c.stage->run(row, to, ctx, static_cast<int>(in.size()));
+        return out;
+    }
+    rsmpl_stream* const stream = opened(c, 1, 0);
+    check(rsmpl_stream_run_rows(stream, &row, in.size(), &to) == out.size());
+    rsmpl_stream_close(stream);
+    return out;
+}
+
+// Frames between guards, interleaved or in rows; null where there are none, and for silence.
+template <typename Sample>
+struct Block {
+    static constexpr Sample kMark = static_cast<Sample>(-12345);
+    static constexpr size_t kGuards = 16;
+
+    Block(size_t channels, size_t length, bool in_rows, bool silent = false)
+        : frames(length), across(in_rows ? frames + kGuards : 1), along(in_rows ? 1 : channels),
+          all(kGuards + channels * (frames + kGuards), kMark), rows(channels)
+    {
+        for (size_t c = 0; c < channels && frames > 0 && !silent; ++c)
+            rows[c] = &at(c, 0);
+        table = rows[0] == nullptr ? nullptr : rows.data();
+    }
+    Sample& at(size_t c, size_t i) { return all[kGuards + c * across + i * along]; }
+
+    size_t frames, across, along;
+    std::vector<Sample> all;
+    std::vector<Sample*> rows;
+    Sample** table;
+};
+
+// Runs, or finishes when there is no input.
+size_t call(rsmpl_stream* s, bool planar, const Block<float>* in, const Block<float>& out)
+{
+    if (in == nullptr)
+        return planar ? rsmpl_stream_finish_rows(s, out.table)
+                      : rsmpl_stream_finish_float(s, out.rows[0]);
+    return planar ? rsmpl_stream_run_rows(s, in->table, in->frames, out.table)
+                  : rsmpl_stream_run_float(s, in->rows[0], in->frames, out.rows[0]);
+}
+
+size_t call(rsmpl_stream* s, bool /*planar*/, const Block<short>* in, const Block<short>& out)
+{
+    return in == nullptr ? rsmpl_stream_finish_short(s, out.rows[0])
+                         : rsmpl_stream_run_short(s, in->rows[0], in->frames, out.rows[0]);
+}
+
+// A stream, and what has gone in and come out since it was as just opened, channel by channel.
+struct Session {
+    const Case& c;
+    rsmpl_stream* stream;
+    std::vector<Floats> in = std::vector<Floats>(static_cast<size_t>(c.channels)), out = in;
+    std::vector<bool> narrow = {}; // the outputs that came in 16 bits
+    double loudest = 0;
+
+    // Of one channel.  A stage gets no more than it can hold.
+    template <typename Sample>
+    void draw(Input& input, bool silent, Block<Sample>& block, size_t channel)
+    {
+        const Floats samples = input.samples(block.frames);
+        const float volume = silent ? 0 : input.once_in(3) ? 4 : 1;
+        for (size_t i = 0; i < block.frames; ++i) {
+            float x = silent ? 0 : volume * samples[i];
+            x = c.stage != nullptr && !(std::fabs(x) < 1e30F) ? 0 : x;
+            x = sizeof(Sample) == 2 && !(std::fabs(x) < 32767) ? -32768 : x;
+            block.at(channel, i) = static_cast<Sample>(x);
+            loudest = std::max<double>(loudest, std::fabs(x));
+            in[channel].push_back(block.at(channel, i));
+        }
+    }
+
+    // Runs with so many frames, or finishes when there are none to take.
+    template <typename Sample>
+    void step(Input& input, bool planar, int frames)
+    {
+        const bool last = frames < 0, silent = input.once_in(9);
+        const size_t before = in[0].size(), length = last ? 0 : static_cast<size_t>(frames);
+        Block<Sample> from(in.size(), length, planar, silent);
+        for (size_t channel = 0; channel < in.size(); ++channel)
+            draw(input, silent, from, channel);
+        const size_t count =
+            (last ? c.sum(before) : c.delivered(before + length)) - c.delivered(before);
+        Block<Sample> to(in.size(), count, planar);
+        check((last ? rsmpl_stream_tail(stream) : rsmpl_stream_outputs(stream, length)) == count);
+        check(call(stream, planar, last ? nullptr : &from, to) == count);
+        for (size_t i = 0; i < count * in.size(); ++i)
+            out[i % in.size()].push_back(
+                std::exchange(to.at(i % in.size(), i / in.size()), to.kMark));
+        narrow.resize(out[0].size(), sizeof(Sample) == 2);
+        check(to.all == std::vector<Sample>(to.all.size(), to.kMark));
+    }
+
+    void step(Input& input, int frames)
+    {
+        const int kind = input.between(0, 2);
+        kind == 0 ? step<short>(input, false, frames) : step<float>(input, kind == 1, frames);
+    }
+
+    // Adds up the samples that were clipped, surely and perhaps.
+    void compare(std::uint64_t& surely, std::uint64_t& perhaps) const
+    {
+        const double chance = c.stage == nullptr ? 0 : 1e-6 * loudest;
+        for (size_t channel = 0; channel < in.size(); ++channel) {
+            const Floats all = filtered_at_once(c, in[channel], c.lead + c.sum(in[channel].size()));
+            for (size_t i = 0; i < out[channel].size(); ++i) {
+                const float a = all[c.lead + i], b = out[channel][i];
+                const double over = narrow[i] ? std::max(a - 32767.5, -32768.5 - a) : -1;
+                const double limited = narrow[i] ? std::clamp(a, -32768.0F, 32767.0F) : a;
+                surely += over >= chance ? 1 : 0;
+                perhaps += over >= -chance ? 1 : 0;
+                check(same(a, b) || (narrow[i] && std::isnan(a)) ||
+                      std::fabs(limited - b) <= chance + (narrow[i] ? 0.5 + 1e-7 : 0));
+            }
+        }
+    }
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size)
+{
+    Input input(data, size);
+    Case c = any_case(input);
+    rsmpl_stream* const stream = opened(c, c.channels, c.flags);
+    check(rsmpl_stream_open(nullptr, 1, 1, 1, RSMPL_ENGINE_AUTO, 0) == RSMPL_STREAM_BAD_ARGUMENT);
+    if (status_of(c) != RSMPL_STREAM_OK)
+        return 0;
+    c.lead = c.flags == 0 ? 0 : static_cast<size_t>(std::lround(rsmpl_stream_delay(stream)));
+    const size_t cost = c.stage == nullptr ? 100 * std::max(c.L, c.M) / c.M : 30;
+    auto left = static_cast<int>(400000 / cost) / c.channels + 2;
+    std::uint64_t surely = 0, perhaps = 0; // clipped
+    for (int parts = input.between(1, 3); parts > 0; --parts) {
+        Session session = {c, stream};
+        const bool small = input.once_in(6), ends = !input.once_in(4);
+        for (int calls = input.between(0, small ? 200 : 9); calls > 0; --calls) {
+            const int most = small || input.once_in(3) ? 20 : 5000, frames = input.between(0, most);
+            session.step(input, std::min(frames, left));
+            left -= std::min(frames, left);
+        }
+        if (ends)
+            session.step(input, -1);
+        session.compare(surely, perhaps);
+        const std::uint64_t clipped = rsmpl_stream_clipped(stream);
+        check(surely <= clipped && clipped <= perhaps);
+        if (!ends) {
+            rsmpl_stream_reset(stream);
+            surely = perhaps = 0;
+        }
+    }
+    rsmpl_stream_close(stream);
+    return 0;
+}
