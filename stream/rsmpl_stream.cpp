@@ -197,7 +197,7 @@ void filter_piece(rsmpl_stream& s, const Block& block, size_t c, const Piece& pi
               std::copy_n(s.pending.data() + c * s.down, s.waiting, s.scratch_in.data()));
     }
     s.filters[c].run(in, out, piece.groups);
-    if (out == s.scratch_out.data())
+    if (out == s.scratch_out.data() && piece.kept > 0)
         block.write(c, done, piece.kept, out + piece.skipped);
 }
 
