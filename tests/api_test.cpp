@@ -3,6 +3,7 @@
 #include "fir/Resample_GeneralResampler.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
 #include "spectral/Resample_CFFT.h"
+#include "stream/rsmpl_stream.h"
 #include "tests/common.h"
 
 #include <cstddef>
@@ -68,6 +69,13 @@ Floats converted(unsigned seed)
         RSMPL_Down(ctx.data(), block.data(), block.data(), 960, code);
         RSMPL_Reset(ctx.data());
         RSMPL_Up(ctx.data(), block.data(), block.data(), 160, code);
+    }
+    block.resize(960 + 720);
+    for (const int rate : {16000, 36000}) { // a stage, a filter
+        rsmpl_stream* stream = nullptr;
+        rsmpl_stream_open(&stream, 2, 48000, rate, RSMPL_ENGINE_AUTO, 0);
+        rsmpl_stream_run_float(stream, in.data(), 480, &block[rate == 16000 ? 640 : 960]);
+        rsmpl_stream_close(stream);
     }
     return block;
 }

@@ -10,6 +10,7 @@
 #include "iir/Resample_Rsmpl_IIR_api.h"
 #include "kernels/Resample_Kernels_internal.h"
 #include "spectral/Resample_CFFT.h"
+#include "stream/rsmpl_stream.h"
 #include "tests/common.h"
 
 #include <cstdio>
@@ -87,6 +88,16 @@ static bool open_and_close(int channels, int in_rate)
     return opened;
 }
 
+static bool open_stream(int channels, int fir)
+{
+    rsmpl_stream* stream = nullptr;
+    const auto status =
+        rsmpl_stream_open(&stream, channels, 4, fir == 0 ? 2 : 3, RSMPL_ENGINE_AUTO, 0);
+    EXPECT_EQ(status, stream != nullptr ? RSMPL_STREAM_OK : RSMPL_STREAM_NO_MEMORY);
+    rsmpl_stream_close(stream);
+    return stream != nullptr;
+}
+
 constexpr int (*kDesigns[])(float*) = {
     [](float* out) { return GeneralFIRDesign(out, 65, WIN_HAMMING, 0.1F, 0.2F, 32.5F); },
     [](float* out) { return GeneralFIRFractionalDelay(out, 65, WIN_BLACKMAN, 32.5F); },
@@ -158,6 +169,11 @@ TEST(Allocation, FailureAnywhereIsToldAndReleasesEverything)
         EXPECT_EQ(allocations_of([=] { return open_and_close(channels, 48000); }),
                   3 + 3 * channels);
     EXPECT_LE(heap.bytes, 16U << 10U) << "for a mono handle";
+    // A record, filters, frames that wait, two buffers; for FIR a design, a filter, and lines.
+    for (const int channels : {1, 3})
+        for (const int fir : {0, 1})
+            EXPECT_EQ(allocations_of([=] { return open_stream(channels, fir); }),
+                      5 + fir * (1 + designer + 1 + 3 + channels));
     heap = {true};
     EXPECT_FALSE(open_and_close(1, 44100));
     EXPECT_EQ(CFFT().FFTInitAlloc(0), 1);
@@ -228,6 +244,13 @@ TEST(RealTime, CallsNeitherAllocateNorPrintAndNeedLittleStack)
     static FIRState* one;
     static FIRMRState* several[3];
     static resample_handle* handle = resample_init(16, 48000, 16000, len);
+    static float* two[] = {in, in, out, out + len};
+    static short* const to = pcm + 2 * len;
+    static rsmpl_stream* s[3]; // a copy, a filter, a stage
+    static rsmpl_stream_status status;
+    static rsmpl_stream_info info;
+    for (code = 0; code < 3; ++code)
+        rsmpl_stream_open(&s[code], 2, 12, 12 - 3 * static_cast<int>(code), RSMPL_ENGINE_AUTO, 1);
     FIRInitAlloc(&one, in, taps, in);
     FIRMRInitAlloc(&several[0], in, taps, 2, 3), FIRMRInitAlloc(&several[1], in, taps, 3, 2);
     FIRMRInitAlloc(&several[2], in, taps, 1, 3);
@@ -261,7 +284,17 @@ TEST(RealTime, CallsNeitherAllocateNorPrintAndNeedLittleStack)
       CALL(Convert_ShortToFloat(out, pcm, len), Convert_ShortToFloat_Sf(out, pcm, len, 15)),
       CALL(Convert_FloatToShort(pcm, in, len, 1), Convert_FloatToShort_Sf(pcm, in, len, 0, 1)),
       CALL(Convert_Int32ToInt16(pcm, wide, len, 1), Convert_Int16ToInt32(wide, pcm, len)),
-      CALL(Convert_Int16ToInt32_Step(wide, pcm, len, 16)) };
+      CALL(Convert_Int16ToInt32_Step(wide, pcm, len, 16)),
+      CALL(for (code = 0; code < 3; ++code) rsmpl_stream_run_rows(s[code], two, 2399, two + 2)),
+      CALL(for (code = 0; code < 3; ++code) rsmpl_stream_finish_rows(s[code], two + 2)),
+      CALL(for (code = 0; code < 3; ++code) rsmpl_stream_run_float(s[code], in, 4799, out)),
+      CALL(for (code = 0; code < 3; ++code) rsmpl_stream_finish_float(s[code], out)),
+      CALL(for (code = 0; code < 3; ++code) rsmpl_stream_run_short(s[code], pcm, len, to)),
+      CALL(for (code = 0; code < 3; ++code) rsmpl_stream_finish_short(s[code], to)),
+      CALL(rsmpl_stream_outputs(s[2], 9), rsmpl_stream_tail(s[2]), rsmpl_stream_message(status)),
+      CALL(rsmpl_stream_delay(s[2]), rsmpl_stream_clipped(s[2]),
+           rsmpl_stream_describe(s[2], &info)),
+      CALL(for (code = 0; code < 3; ++code) rsmpl_stream_reset(s[code])) };
     const long nothing = stack_of([] {});
     std::printf("bytes of stack, in pairs: by blocks and by steps, weakest level first\n");
     for (const auto& [text, call] : calls) {
