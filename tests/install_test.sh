@@ -7,7 +7,7 @@ source_dir=$1 build_dir=$2 cc=$3 # as CMake calls it
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 prefix=$scratch/prefix
-example=$source_dir/examples/downsample.c
+example=$source_dir/examples/downsample.c any_rate=$source_dir/examples/anyrate.c
 strict=(-Wall -Wextra -Wpedantic -Werror)
 
 cmake --install "$build_dir" --prefix "$prefix" >/dev/null
@@ -23,13 +23,14 @@ if find "$prefix/include" -name '*_internal.h' | grep .; then exit 1; fi
 # The README shows the example as it stands in the file.
 diff <(sed -n '/^```c$/,/^```$/p' "$source_dir/README.md" | sed '1d;$d') "$example"
 
-check() { # PROGRAM: ten blocks in, ten blocks out, and not silence
-    head -c 19200 /dev/urandom | "$1" >"$scratch/out.raw"
-    [ "$(stat -c %s "$scratch/out.raw")" = 6400 ]
-    [ "$(tr -d '\0' <"$scratch/out.raw" | wc -c)" -gt 6000 ]
+check() { # PROGRAM IN OUT: from so many bytes come as many as there have to, and not silence
+    head -c "$2" /dev/urandom | "$1" >"$scratch/out.raw"
+    [ "$(stat -c %s "$scratch/out.raw")" = "$3" ]
+    [ "$(tr -d '\0' <"$scratch/out.raw" | wc -c)" -gt $(($3 * 15 / 16)) ]
 }
+blocks=(19200 6400) any_length=(88202 32002) # ten of each; 44,101 samples, aligned
 
-consumer() { cmake -S "$source_dir/tests/consumer" -B "$scratch/$1" -DEXAMPLE="$example" -DCMAKE_C_COMPILER="$cc" "${@:2}" >/dev/null; }
+consumer() { cmake -S "$source_dir/tests/consumer" -B "$scratch/$1" -DEXAMPLE="$example" -DANY_RATE="$any_rate" -DCMAKE_C_COMPILER="$cc" "${@:2}" >/dev/null; }
 # As part of a host the library has no tests, and is optimised whatever the host's build type and flags.
 for type in "" None MinSizeRel RelWithDebInfo; do
     consumer from_sources -DSOURCES="$source_dir" -DCMAKE_BUILD_TYPE=$type -DCMAKE_CXX_FLAGS=-O1 -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
@@ -40,19 +41,30 @@ done
 [ ! -e "$scratch/from_sources/rsmpl/tests" ]
 consumer consumer -DCMAKE_PREFIX_PATH="$prefix"
 cmake --build "$scratch/consumer" >/dev/null
-for kind in shared static; do check "$scratch/consumer/with_$kind"; done
+for kind in shared static; do
+    check "$scratch/consumer/with_$kind" "${blocks[@]}"
+    check "$scratch/consumer/stream_$kind" "${any_length[@]}"
+done
 
-# The library exports what the version script lists, no more and no less, and that is what the
-# headers declare: all that is visible outside of the objects.
-listed=$(sed -nE '/global:/,/local:/s/^ *(\w+|"(.*)");$/\1/p' "$source_dir/cmake/rsmpl.map" | tr -d '"' | sort)
-diff <(echo "$listed") <(nm -DC --defined-only "$build_dir/librsmpl.so" | sed -n 's/.* [BTW] \(.*\)@@.*/\1/p' | sort -u)
-diff <(echo "$listed") <(readelf -sW "$build_dir/librsmpl.a" | sed -nE 's/.* (GLOBAL|WEAK) +DEFAULT +[0-9]+ (\w+)$/\2/p' | c++filt | sort -u)
+# A library exports what its version script lists, no more and no less, and that is what the
+# headers declare: all that is visible outside of the objects but
+# for templates of the standard library.
+for name in rsmpl rsmpl_stream; do
+    listed=$(sed -nE '/global:/,/local:/s/^ *(\w+|"(.*)");$/\1/p' "$source_dir/cmake/$name.map" | tr -d '"' | sort)
+    diff <(echo "$listed") <(nm -DC --defined-only "$build_dir/lib$name.so" | sed -n 's/.* [BTW] \(.*\)@@.*/\1/p' | sort -u)
+    diff <(echo "$listed") <(readelf -sW "$build_dir/lib$name.a" | sed -nE 's/.* (GLOBAL|WEAK) +DEFAULT +[0-9]+ (\w+)$/\2/p' | c++filt | grep -v ^std:: | sort -u)
+done
 
 libdir=$(dirname "$(find "$prefix" -name librsmpl.a)")
+export PKG_CONFIG_PATH=$libdir/pkgconfig
 for static in "" -static; do
-    flags=$(PKG_CONFIG_PATH=$libdir/pkgconfig pkg-config --cflags --libs ${static:+--static} rsmpl)
-    "$cc" -std=c11 "${strict[@]}" $static "$example" $flags -Wl,-rpath,"$libdir" -o "$scratch/program"
-    check "$scratch/program"
+    for module in rsmpl rsmpl-stream; do
+        flags=$(pkg-config --cflags --libs ${static:+--static} $module)
+        program=$([ $module = rsmpl ] && echo "$example" || echo "$any_rate")
+        "$cc" -std=c11 "${strict[@]}" $static "$program" $flags -Wl,-rpath,"$libdir" -o "$scratch/$module"
+    done
+    check "$scratch/rsmpl" "${blocks[@]}"
+    check "$scratch/rsmpl-stream" "${any_length[@]}"
 done
 
 [ ! -e "$build_dir/cli" ] || "$prefix/bin/rsmpl" --version
