@@ -96,13 +96,9 @@ Reply reply(const Stream& s, int groups, int periods)
     return r;
 }
 
-double decibels(double ratio)
-{
-    return 20 * std::log10(ratio);
-}
-
 TEST(Stream, FiltersTonesAsItSays)
 {
+    const auto decibels = [](double ratio) { return 20 * std::log10(ratio); };
     for (const Conversion& c : kConversions) {
         SCOPED_TRACE(testing::Message() << c.in << " to " << c.out);
         const Stream s(c);
