@@ -102,7 +102,7 @@ TEST(Stream, FiltersTonesAsItSays)
     for (const Conversion& c : kConversions) {
         SCOPED_TRACE(testing::Message() << c.in << " to " << c.out);
         const Stream s(c);
-        const int groups = 400 / s.lower() / 2 * 2 + 3;
+        const int groups = 300 / s.lower() / 2 * 2 + 3;
         const double nyquist = groups * s.lower() / 2.0; // the lower one, in periods
         const double unsure = s.info.taps > 0 ? 0.007 : 0.003;
         double highest = 0, lowest = 9, rest = 0;

@@ -29,8 +29,8 @@ struct Rates {
 
 // At most, of one call; and room for its outputs: some keep several blocks back and deliver them at
 // once.
-constexpr unsigned kMostInputs = 4410;
-constexpr unsigned kRoom = 32768;
+constexpr unsigned kMostInputs = 44100;
+constexpr unsigned kRoom = 131072;
 
 // One channel on its way through a resampler: takes the inputs of one call, returns the number of
 // outputs.
@@ -74,6 +74,9 @@ struct Quality {
 
 // Measured from what becomes of tones.
 Quality measure(Rates rates, const Setting& setting);
+
+// The last of these alone.
+double delay(Rates rates, const Setting& setting);
 
 } // namespace peers
 

@@ -106,7 +106,9 @@ std::vector<double> stop_band(Rates rates)
     return tones;
 }
 
-// Group delay of the output as a stream, and what is held back of it, in seconds.
+} // namespace
+
+// Group delay of the output as a stream, and what is held back of it.
 double delay(Rates rates, const Setting& setting)
 {
     constexpr double kLow = 200;
@@ -114,10 +116,8 @@ double delay(Rates rates, const Setting& setting)
     const Reply low = send_tone(rates, setting, kLow);
     const Reply high = send_tone(rates, setting, kLow + kStep);
     const Complex turn = gain(high, rates, kLow + kStep) / gain(low, rates, kLow);
-    return low.pending - std::arg(turn) / (kTurn * kStep);
+    return 1000 * (low.pending - std::arg(turn) / (kTurn * kStep));
 }
-
-} // namespace
 
 Quality measure(Rates rates, const Setting& setting)
 {
@@ -148,7 +148,7 @@ Quality measure(Rates rates, const Setting& setting)
         const double middle = (edge + beyond) / 2;
         (send(middle * rates.lower_nyquist()) < highest - 1 ? beyond : edge) = middle;
     }
-    return {highest - lowest, edge, rejection, 1000 * delay(rates, setting)};
+    return {highest - lowest, edge, rejection, delay(rates, setting)};
 }
 
 } // namespace peers

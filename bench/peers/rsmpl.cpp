@@ -1,12 +1,11 @@
 // This library: the handle for 48 to 16 kHz; between conversions of samples a stage for its other
-// ratios, a FIR filter for any.
+// ratios, a stream for any.
 #include "api/resample_api.h"
 #include "bench/peers/peers.h"
 #include "convert/Resample_DatTypeConvert.h"
-#include "design/Resample_FIRFilterDesign.h"
-#include "fir/Resample_FIRFiltering.h"
 #include "iir/Resample_IIRFilterDesign.h"
 #include "iir/Resample_Rsmpl_IIR_api.h"
+#include "stream/rsmpl_stream.h"
 
 namespace peers
 {
@@ -59,21 +58,14 @@ Stream open_stage(Rates rates)
     });
 }
 
-// Of 96 periods of the lower rate under a Blackman window: 0.01 dB up to 0.85, 69 dB down.
-Stream open_fir(Rates rates)
+Stream open_stream(Rates rates)
 {
-    const unsigned ratio = std::max(rates.up(), rates.down());
-    std::vector<float> taps(std::size_t{96} * ratio);
-    GeneralFIRLowpass(taps.data(), static_cast<int>(taps.size()), WIN_BLACKMAN,
-                      0.93F / 2 / static_cast<float>(ratio));
-    for (float& tap : taps)
-        tap *= static_cast<float>(rates.up());
-    FIRMRState* state = nullptr;
-    FIRMRInitAlloc(&state, taps.data(), taps.size(), rates.up(), rates.down());
-    const std::shared_ptr<FIRMRState> owner(state, FIRMRFree);
-    return between_conversions(rates, [=](const float* in, float* out) {
-        FIRMRFiltering(owner.get(), in, out, rates.inputs / rates.down());
-    });
+    rsmpl_stream* stream = nullptr;
+    rsmpl_stream_open(&stream, 1, rates.in, rates.out, RSMPL_ENGINE_AUTO, 0);
+    return [=, owner = std::shared_ptr<rsmpl_stream>(stream, rsmpl_stream_close)](const short* in,
+                                                                                  short* out) {
+        return rsmpl_stream_run_short(owner.get(), in, rates.inputs, out);
+    };
 }
 
 } // namespace
@@ -83,7 +75,7 @@ std::vector<Setting> rsmpl_settings(Rates rates)
     if (rates.in == 3 * rates.out)
         return {{"handle", [=] { return open_handle(rates); }, true}};
     if (std::max(rates.up(), rates.down()) > 6)
-        return {{"FIR, 96 periods, between conversions", [=] { return open_fir(rates); }}};
+        return {{"stream", [=] { return open_stream(rates); }}};
     return {{"stage between conversions", [=] { return open_stage(rates); }, true}};
 }
 

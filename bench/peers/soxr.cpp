@@ -31,10 +31,15 @@ std::vector<Setting> soxr_settings(Rates rates)
     const soxr_quality_spec_t high = soxr_quality_spec(SOXR_HQ, 0);
     soxr_quality_spec_t low = soxr_quality_spec(SOXR_LQ, 0);
     low.passband_end = 0.84; // there the slope begins; it reaches -1 dB at 0.89
-    return {
-        {"HQ (default)", [=] { return open(rates, high, SOXR_TPDF, 10); }},
-        {"LQ to 0.84, no dither", [=] { return open(rates, low, SOXR_NO_DITHER, 10); }},
-        {"LQ to 0.84, no dither, DFT 4096", [=] { return open(rates, low, SOXR_NO_DITHER, 12); }}};
+    std::string name = "LQ to 0.84, no dither";
+    if (rates.in == 44100) {
+        low.passband_end = 0.86; // -1 dB at 0.904
+        low.flags = SOXR_ROLLOFF_SMALL;
+        name = "LQ to 0.86, flat, no dither";
+    }
+    return {{"HQ (default)", [=] { return open(rates, high, SOXR_TPDF, 10); }},
+            {name, [=] { return open(rates, low, SOXR_NO_DITHER, 10); }},
+            {name + ", DFT 4096", [=] { return open(rates, low, SOXR_NO_DITHER, 12); }}};
 }
 
 } // namespace peers

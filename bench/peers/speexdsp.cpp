@@ -27,7 +27,8 @@ Stream open(Rates rates, int quality)
 std::vector<Setting> speexdsp_settings(Rates rates)
 {
     return {{"quality 3", [=] { return open(rates, 3); }},
-            {"quality 4 (default)", [=] { return open(rates, 4); }}};
+            {"quality 4 (default)", [=] { return open(rates, 4); }},
+            {"quality 5", [=] { return open(rates, 5); }}};
 }
 
 } // namespace peers
