@@ -65,6 +65,10 @@ void print_stages(const Minima& minima, int level);
 void register_blocks(int level);
 void print_blocks(const Minima& minima, int level);
 
+// Streams, beside the stages that they use.
+void register_streams(int level);
+void print_streams(const Minima& minima, int level);
+
 // Whole conversions beside other resamplers, at the strongest level.
 void register_peers();
 void print_peers(const Minima& minima);

@@ -13,6 +13,7 @@ int main(int argc, char** argv)
     for (int level = 0; level < rsmpl::available_levels(); ++level) {
         register_stages(level);
         register_blocks(level);
+        register_streams(level);
     }
     register_peers();
     Minima minima;
@@ -22,6 +23,7 @@ int main(int argc, char** argv)
         std::printf("\nlevel %s\n", rsmpl::active_kernels().level);
         print_stages(minima, level);
         print_blocks(minima, level);
+        print_streams(minima, level);
     }
     print_peers(minima);
     return 0;

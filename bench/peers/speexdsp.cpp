@@ -23,12 +23,13 @@ Stream open(Rates rates, int quality)
 
 } // namespace
 
-// The default is the lowest quality that reaches the bar.
+// The default is the lowest quality that reaches the bar, but for 44.1 to 16 kHz.
 std::vector<Setting> speexdsp_settings(Rates rates)
 {
-    return {{"quality 3", [=] { return open(rates, 3); }},
-            {"quality 4 (default)", [=] { return open(rates, 4); }},
-            {"quality 5", [=] { return open(rates, 5); }}};
+    const Setting standard = {"quality 4 (default)", [=] { return open(rates, 4); }};
+    if (rates.in == 44100 && rates.out < rates.in)
+        return {standard, {"quality 6", [=] { return open(rates, 6); }}};
+    return {{"quality 3", [=] { return open(rates, 3); }}, standard};
 }
 
 } // namespace peers
