@@ -24,12 +24,17 @@ struct Case {
 // Of a stage, of a FIR filter short or long, or refused.
 Case any_case(Input& input)
 {
-    const int most[] = {6, 12, 60, 1040}, kind = input.once_in(8) ? 3 : input.between(0, 2);
+    const int most[] = {6, 12, 60, 1024}, limits[] = {0, 1, 64, 65};
+    const int kind = input.once_in(8) ? 3 : input.between(0, 2), odd = input.once_in(6) ? 1 : 0;
     const int unit = input.once_in(9) ? input.any<int>() % 2000000 : input.between(1, 900);
-    const int in = unit * input.between(1, most[kind]), out = unit * input.between(1, most[kind]);
-    const int odd = input.once_in(9) ? 1 : 0, many = kind < 2 && input.once_in(9) ? 65 : 3;
-    return {input.between(1 - odd, many), in, input.once_in(9) ? in : out,
-            input.between(0, 1 + odd) * (2 - odd), input.any<unsigned>() % (2U << odd)};
+    const auto part = [&, low = odd * kind == 3 ? 1020 : 1] {
+        return input.between(low, std::max(low + 5, most[kind]));
+    };
+    const int in = unit * part(), out = unit * part(),
+              many = kind == 0 && input.once_in(9) ? 64 : 3;
+    return {odd == 1 ? limits[input.between(0, 3)] : input.between(1, many), in,
+            input.once_in(9) ? in : out, input.between(0, 1 + odd) * (2 - odd),
+            input.any<unsigned>() % (2U << odd)};
 }
 
 // What opening it results in; sets what it has to be like.

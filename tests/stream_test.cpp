@@ -43,6 +43,7 @@ struct Stream {
         const rsmpl_engine engine = c.fir ? RSMPL_ENGINE_FIR : RSMPL_ENGINE_AUTO;
         EXPECT_EQ(rsmpl_stream_open(&stream, 1, c.in, c.out, engine, flags), RSMPL_STREAM_OK);
         rsmpl_stream_describe(stream, &info);
+        EXPECT_EQ(info.taps > 0, c.fir || std::max(info.up, info.down) > 6);
     }
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;

@@ -31,7 +31,7 @@ std::vector<Setting> zita_settings(Rates rates)
 {
     std::vector<Setting> settings = {{"hlen 32", [=] { return open(rates, 32, 1 - 2.6 / 32); }}};
     if (rates.in == 44100)
-        settings.push_back({"hlen 48, band 0.96", [=] { return open(rates, 48, 0.96); }});
+        settings.push_back({"hlen 48, band 0.93", [=] { return open(rates, 48, 0.93); }});
     else if (rates.out > rates.in)
         settings.push_back({"hlen 14, band 0.965", [=] { return open(rates, 14, 0.965); }});
     return settings;
