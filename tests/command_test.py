@@ -12,6 +12,60 @@ import soundfile as sf
 RSMPL, INTERLEAVED = map(os.path.abspath, sys.argv[1:3])
 NOISE = np.random.default_rng(1)
 
+# Exit status, message, arguments.
+ERRORS = r"""
+1 | no.wav: No such file or directory                 | no.wav o.wav
+1 | new\\nline\\x1b: No such file or directory        | new\nline\e o.wav
+1 | text.wav: not a readable audio file: .*           | text.wav o.wav
+1 | bad.mp3: not a readable audio file                | bad.mp3 o.wav
+1 | empty.wav: the file is empty                      | empty.wav o.wav
+1 | none.wav: the file holds no audio                 | none.wav o.wav
+1 | none.au: the file holds no audio                  | none.au o.wav
+1 | zero.wav: the sample rate is 0 Hz                 | zero.wav o.wav
+1 | negative.wav: the sample rate is 4294967291 Hz    | negative.wav o.wav
+1 | 4g.wav: the sample rate is 4000000000 Hz          | 4g.wav o.wav
+1 | prime.wav: 48017 to 16000 Hz reduces to a ratio with a number above 1024; .* | prime.wav o.wav
+1 | 0.wav: there are 0 channels; 1 to 16 are accepted | 0.wav o.wav
+1 | 17.wav: there are 17 channels; 1 to 16 are .*     | 17.wav o.wav
+1 | dir: Is a directory                               | dir o.wav
+1 | dir: Is a directory                               | in.wav dir
+1 | secret.wav: Permission denied                     | secret.wav o.wav
+1 | fixed.wav: Permission denied                      | in.wav fixed.wav
+1 | closed/o.wav: Permission denied                   | in.wav closed/o.wav
+1 | no/o.wav: No such file or directory               | in.wav no/o.wav
+1 | in.wav: output and input are the same file        | in.wav in.wav
+1 | link.wav: output and input are the same file      | in.wav link.wav
+1 | hard.wav: output and input are the same file      | in.wav hard.wav
+1 | dangling.wav: a symbolic link that leads nowhere  | in.wav dangling.wav
+1 | full: .*                                          | --format wav in.wav full
+1 | full: No space left on device                     | --format raw in.wav full
+1 | o.mp3: no format is known by this suffix; .*      | in.wav o.mp3
+1 | o.flac: FLAC holds no floats; .*                  | --bits float in.wav o.flac
+1 | o.flac: FLAC holds 1 to 8 channels; .*            | 16.wav o.flac
+1 | o.au: more than the 4 GiB that AU can hold; .*    | -r 48000 huge.wav o.au
+1 | o.aiff: more than the 4 GiB that AIFF can hold; .*  | -r 96000 huge.wav o.aiff
+1 | 44.wav: no stage serves 44100 to 16000 Hz; .*     | --engine iir 44.wav o.wav
+1 | 44.wav: a device converts 3 to 1 only, .*         | --engine device 44.wav o.wav
+1 | standard output: FLAC can't be written into a pipe; .* | --format flac in.wav -
+1 | no: no such folder; create it first               | --out-dir no in.wav
+1 | in.wav: Not a directory                           | --out-dir in.wav 16.wav
+1 | ./in.wav: this output is an input, too            | --out-dir . in.wav 44.wav
+1 | in.flac: would be written to dir/in.wav, and so would in.wav | --out-dir dir in.wav in.flac
+1 | in.wav: lies outside of .*sub, which --root names | --root sub --out-dir dir in.wav
+1 | standard input: can't be one of many files        | --out-dir dir -
+2 | IN is required; see rsmpl --help                  |
+2 | OUT is required; see rsmpl --help                 | in.wav
+2 | more than IN and OUT; .*                          | in.wav o.wav p
+2 | .*-dash.wav; a file name that starts with - goes behind --; .* | -dash.wav o.wav
+2 | .*--loud.*                                        | --loud in.wav o.wav
+2 | --engine: foo is not one of auto, iir, fir, device; .*  | --engine foo in.wav o.wav
+2 | .*--out-dir.*                                     | -j 2 in.wav o.wav
+2 | --raw: .*                                         | --raw 48000 in.wav o.wav
+2 | --raw: .*                                         | --raw 0,1 in.wav o.wav
+2 | --raw: .*                                         | --raw 8000,17 in.wav o.wav
+2 | --raw: .*                                         | --raw 8000,1x in.wav o.wav
+"""
+
 
 def run(*args, stdin=b"", **options):
     done = subprocess.run([RSMPL, *map(str, args)], input=stdin, stdout=subprocess.PIPE,
@@ -315,52 +369,14 @@ class Command(unittest.TestCase):
     def test_what_goes_wrong_is_said_in_a_line(self):
         self.make_inputs()
         before = sorted(pathlib.Path(".").rglob("*")), pathlib.Path("link.wav").read_bytes()
-        for status, message, *arguments in (
-                (1, "no.wav: No such file or directory", "no.wav", "o.wav"),
-                (1, "new\\\\nline\\\\x1b: No such file.*", "new\nline\x1b", "o.wav"),
-                (1, "text.wav: not a readable audio file: .*", "text.wav", "o.wav"),
-                (1, "bad.mp3: not a readable audio file", "bad.mp3", "o.wav"),
-                (1, "empty.wav: the file is empty", "empty.wav", "o.wav"),
-                *((1, f"{name}: the file holds no audio", name, "o.wav") for name in ("none.wav", "none.au")),
-                (1, "zero.wav: the sample rate is 0 Hz", "zero.wav", "o.wav"),
-                (1, "negative.wav: the sample rate is 4294967291 Hz", "negative.wav", "o.wav"),
-                (1, "4g.wav: the sample rate is 4000000000 Hz", "4g.wav", "o.wav"),
-                (1, "prime.wav: 48017 to 16000 Hz reduces to a ratio with a number above 1024; .*", "prime.wav", "o.wav"),
-                (1, "17.wav: there are 17 channels; 1 to 16 are accepted", "17.wav", "o.wav"),
-                (1, "0.wav: there are 0 channels; 1 to 16 are accepted", "0.wav", "o.wav"),
-                (1, "dir: Is a directory", "dir", "o.wav"), (1, "dir: Is a directory", "in.wav", "dir"),
-                (1, "secret.wav: Permission denied", "secret.wav", "o.wav"),
-                (1, "fixed.wav: Permission denied", "in.wav", "fixed.wav"),
-                (1, "closed/o.wav: Permission denied", "in.wav", "closed/o.wav"),
-                (1, "no/o.wav: No such file or directory", "in.wav", "no/o.wav"),
-                *((1, f"{name}: output and input are the same file", "in.wav", name)
-                  for name in ("in.wav", "link.wav", "hard.wav", "sub/../in.wav")),
-                (1, "dangling.wav: a symbolic link that leads nowhere", "in.wav", "dangling.wav"),
-                (1, "full: .*", "--format", "wav", "in.wav", "full"), (1, "full: No space left.*", "--format", "raw", "in.wav", "full"),
-                (1, "o.mp3: no format is known by this suffix; .*", "in.wav", "o.mp3"),
-                (1, "o.flac: FLAC holds no floats; .*", "--bits", "float", "in.wav", "o.flac"),
-                (1, "o.flac: FLAC holds 1 to 8 channels; .*", "16.wav", "o.flac"),
-                (1, "o.au: more than the 4 GiB that AU can hold; .*", "-r", 48000, "huge.wav", "o.au"),
-                (1, "o.aiff: more than the 4 GiB that AIFF can hold; .*", "-r", 96000, "huge.wav", "o.aiff"),
-                (1, "44.wav: no stage serves 44100 to 16000 Hz; .*", "--engine", "iir", "44.wav", "o.wav"),
-                (1, "44.wav: a device converts 3 to 1 only, .*", "--engine", "device", "44.wav", "o.wav"),
-                (1, "standard output: FLAC can't be written into a pipe; .*", "--format", "flac", "in.wav", "-"),
-                (1, "no: no such folder; create it first", "--out-dir", "no", "in.wav"),
-                (1, "in.wav: Not a directory", "--out-dir", "in.wav", "16.wav"),
-                (1, "./in.wav: this output is an input, too", "--out-dir", ".", "in.wav", "44.wav"),
-                (1, "in.flac: would be written to dir/in.wav, and so would in.wav", "--out-dir", "dir", "in.wav", "in.flac"),
-                (1, "in.wav: lies outside of .*sub, which --root names", "--root", "sub", "--out-dir", "dir", "in.wav"),
-                (1, "standard input: can't be one of many files", "--out-dir", "dir", "-"),
-                (2, "IN is required.*",), (2, "OUT is required.*", "in.wav"), (2, "more than IN and OUT; .*", "in.wav", "o.wav", "p"),
-                (2, ".*-dash.wav; a file name that starts with - goes behind --; .*", "-dash.wav", "o.wav"),
-                (2, ".*--loud.*", "--loud", "in.wav", "o.wav"), (2, "--engine: foo is not one of auto, iir, fir, device; .*",
-                                                                 "--engine", "foo", "in.wav", "o.wav"),
-                (2, ".*--out-dir.*", "-j", 2, "in.wav", "o.wav"), *((2, "--raw: .*", "--raw", raw, "in.wav", "o.wav")
-                                                                    for raw in ("48000", "0,1", "8000,17", "8000,1x"))):
+        for line in ERRORS.strip().splitlines():
+            status, message, arguments = map(str.strip, line.split("|"))
+            arguments = [argument.replace(r"\n", "\n").replace(r"\e", "\x1b") for argument in arguments.split()]
             found = run(*arguments)
-            self.assertEqual(found[:2], (status, b""), arguments)
+            self.assertEqual(found[:2], (int(status), b""), arguments)
             self.assertRegex(found[2], f"^rsmpl: {message}\n$")
-            self.assertEqual((sorted(pathlib.Path(".").rglob("*")), pathlib.Path("link.wav").read_bytes()), before, arguments)
+            self.assertEqual((sorted(pathlib.Path(".").rglob("*")), pathlib.Path("link.wav").read_bytes()), before,
+                             arguments)
         for name, kind in ("in.flac", "FLAC"), ("in.caf", "CAF"), ("text.wav", "this"):
             self.assertIn(f"input: {kind} can't be read from a pipe, only plain WAV, AU and --raw; write it to a file first\n",
                           run("-", "o.wav", stdin=pathlib.Path(name).read_bytes())[2])
