@@ -98,7 +98,8 @@ double measure(const Job& job, const Options& options, double gain, Progress& pr
 double advice(const Report& report, const Resampler& resampler, float in_peak, float out_peak)
 {
     constexpr double kWorstCase = 3.18;
-    if (report.engine != Engine::kDevice)
+    const auto clips = [](std::int64_t count) { return count > 0; };
+    if (std::any_of(report.clipped.begin(), report.clipped.end(), clips))
         return turn_down(out_peak / kMost);
     if (report.clipped_inputs > 0)
         return turn_down(in_peak / kMost * kWorstCase);
@@ -146,8 +147,7 @@ void convert(Report& report, const Options& options, Progress& progress, double 
     report.clipped = out.clipped();
     report.clipped_inputs = resampler->clipped_inputs();
     report.wrapped = resampler->wrapped();
-    if (options.bits != Bits::kFloat || report.engine == Engine::kDevice)
-        report.turn_down_db = advice(report, *resampler, in.peak(), out.peak());
+    report.turn_down_db = advice(report, *resampler, in.peak(), out.peak());
     report.not_finite = in.not_finite();
     report.truncation = in.truncation();
 }

@@ -133,7 +133,7 @@ std::optional<Header> walk(Bytes& bytes, const Container& container)
     Header header;
     header.kind = container.kind;
     const int head_bytes = container.id_bytes + container.size_bytes;
-    for (unsigned char head[24]; bytes.read(head, static_cast<std::size_t>(head_bytes));) {
+    for (unsigned char head[24] = {}; bytes.read(head, static_cast<std::size_t>(head_bytes));) {
         std::int64_t size =
             number(head + container.id_bytes, container.size_bytes, container.big_endian) -
             container.counted;
@@ -169,7 +169,7 @@ std::optional<Header> read_au(Bytes& bytes)
                            SF_FORMAT_PCM_32,
                            SF_FORMAT_FLOAT,
                            SF_FORMAT_DOUBLE};
-    unsigned char head[20];
+    unsigned char head[20] = {};
     if (!bytes.read(head, sizeof head))
         return {};
     Header header;
@@ -195,7 +195,7 @@ std::optional<Header> read_au(Bytes& bytes)
 std::optional<Header> read_header(int descriptor)
 {
     Bytes bytes(descriptor);
-    unsigned char magic[4];
+    unsigned char magic[4] = {};
     if (!bytes.read(magic, sizeof magic))
         return {};
     if (is(magic, ".snd"))
@@ -208,7 +208,7 @@ std::optional<Header> read_header(int descriptor)
     for (const Container& container : kContainers) {
         if (!is(magic, container.magic))
             continue;
-        unsigned char rest[40];
+        unsigned char rest[40] = {};
         if (!bytes.read(rest, static_cast<std::size_t>(container.first_chunk) - sizeof magic))
             return {};
         std::optional<Header> header = walk(bytes, container);

@@ -383,8 +383,11 @@ class Command(unittest.TestCase):
         self.assertIn("--safe reads the input twice", run("--safe", "--raw", "8000,1", "-", "o.wav", stdin=bytes(99))[2])
         good("16.wav", "o.wav"), good("--help"), good("--version"), good("--format", "wav", "in.wav", "/dev/null")
         self.assertEqual(good("--", "in.wav", "-dash.wav")[:6], b"frames")
-        for limit, value, message in (("fsize", 600 << 10, "File too large"), ("nofile", 4, "Too many open files")):
-            limited = ["prlimit", f"--{limit}={value}", RSMPL, "long.wav", "o.wav"]  # what sanitizers need is within
+        limits = [("fsize", 600 << 10, "File too large")]  # what the thread sanitizer needs is within
+        if b"__ubsan" not in pathlib.Path(RSMPL).read_bytes():  # which opens pipes
+            limits.append(("nofile", 4, "Too many open files"))
+        for limit, value, message in limits:
+            limited = ["prlimit", f"--{limit}={value}", RSMPL, "long.wav", "o.wav"]
             found = subprocess.run(limited, capture_output=True, text=True)
             self.assertEqual(found.returncode, 1)
             self.assertRegex(found.stderr, rf"rsmpl: (o|long)\.wav: {message}\n$")
@@ -434,8 +437,8 @@ class Command(unittest.TestCase):
         sf.write("in.wav", shorts(100), 48000), os.mkdir("out")
         known = header(64000, "au", rate=8000, coding=3)
         for start, arguments, wanted in (
-                (b"", ["--raw", "8000,1", "-", "o.wav"], rb"^\r3 s of audio, \d times real time\x1b\[K\r\x1b\[K$"),
-                (known, ["-", "o.wav"], rb"^\r \d\d %, \d times real time, 0:0\d left\x1b\[K\r\x1b\[K$"),
+                (b"", ["--raw", "8000,1", "-", "o.wav"], rb"^(\r\d s of audio, \d times real time\x1b\[K)+\r\x1b\[K$"),
+                (known, ["-", "o.wav"], rb"^(\r \d\d %, \d times real time, 0:0\d left\x1b\[K)+\r\x1b\[K$"),
                 (known, ["--out-dir", "out", "in.wav", "/dev/stdin"], rb"^\r100 %, \d times real time, 0:00 left"),
                 (known, ["--quiet", "-", "o.wav"], b"^$"), (known, ["-", "-"], b"^$")):
             master, slave = pty.openpty()
