@@ -70,12 +70,14 @@ private:
     int descriptor_;
 };
 
+// At most 2^60, or -1 for 64 bits that are all set.
 std::int64_t number(const unsigned char* bytes, int count, bool big_endian)
 {
     std::uint64_t value = 0;
     for (int i = 0; i < count; ++i)
         value = value << 8U | bytes[big_endian ? i : count - 1 - i];
-    return static_cast<std::int64_t>(value);
+    constexpr std::uint64_t kMost = std::uint64_t{1} << 60U;
+    return value == UINT64_MAX ? -1 : static_cast<std::int64_t>(std::min(value, kMost));
 }
 
 bool is(const unsigned char* bytes, const char* magic)
@@ -83,14 +85,13 @@ bool is(const unsigned char* bytes, const char* magic)
     return std::memcmp(bytes, magic, 4) == 0;
 }
 
-// What writers to pipes put where the length will be: nothing, or the most that fits, less what
-// they count with it.
-std::int64_t known(std::int64_t bytes)
+// What writers to pipes put where the length will be, less what they count with it.
+bool is_placeholder(std::int64_t bytes)
 {
-    for (const std::int64_t most : {0x7F000000LL, 0x7FFFF000LL, 0x80000000LL, 0xFFFFFFFFLL})
-        if (bytes >= most - 256 && bytes <= most + 16)
-            return -1;
-    return bytes;
+    constexpr std::int64_t kMost[] = {0x7F000000, 0x7FFFF000, 0x80000000, 0xFFFFFFFF};
+    return std::any_of(std::begin(kMost), std::end(kMost), [bytes](std::int64_t most) {
+        return bytes >= most - 256 && bytes <= most + 16;
+    });
 }
 
 // The subformat of SF_FORMAT_RAW, or 0.
@@ -140,7 +141,8 @@ std::optional<Header> walk(Bytes& bytes, const Container& container)
         if (is(head, container.audio)) {
             header.audio_at = bytes.at;
             const bool elsewhere = header.audio_bytes > 0 && size == 0xFFFFFFFF;
-            header.audio_bytes = elsewhere ? header.audio_bytes : known(size);
+            header.placeholder = !elsewhere && is_placeholder(size);
+            header.audio_bytes = elsewhere ? header.audio_bytes : size;
             return header;
         }
         if (size < 0)
@@ -175,7 +177,8 @@ std::optional<Header> read_au(Bytes& bytes)
     Header header;
     header.kind = "AU";
     header.audio_at = number(head, 4, true);
-    header.audio_bytes = known(number(head + 4, 4, true));
+    header.audio_bytes = number(head + 4, 4, true);
+    header.placeholder = is_placeholder(header.audio_bytes);
     const std::int64_t encoding = number(head + 8, 4, true);
     header.format = encoding == 27                  ? SF_FORMAT_ALAW
                     : encoding >= 0 && encoding < 8 ? codings[encoding]

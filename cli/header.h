@@ -9,7 +9,8 @@
 struct Header {
     const char* kind = "";
     std::int64_t audio_at = 0;     // bytes from the beginning
-    std::int64_t audio_bytes = -1; // -1: the writer did not know
+    std::int64_t audio_bytes = -1; // 0 or -1: the writer did not know
+    bool placeholder = false;      // that may also stand for not knowing
     std::int64_t whole_bytes = -1; // of the file; -1: not said
     int format = 0;                // as SF_FORMAT_RAW; 0: coded otherwise
     int channels = 0;

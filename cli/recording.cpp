@@ -36,6 +36,15 @@ struct stat look_at(const std::string& name, int descriptor)
     return status;
 }
 
+// A file of a length that would be a placeholder elsewhere may well have it; a file without samples
+// is one when all of it is told.
+bool length_is_known(const Header& header, std::int64_t file_bytes)
+{
+    if (header.audio_bytes <= 0)
+        return header.audio_bytes == 0 && header.whole_bytes == file_bytes;
+    return !header.placeholder || header.audio_at + header.audio_bytes <= file_bytes;
+}
+
 std::string after(std::int64_t read, std::int64_t said)
 {
     const std::string frames = "after " + std::to_string(read);
@@ -81,10 +90,13 @@ Recording::Recording(const std::string& name, const Options& options)
     if (header && header->rate >= 0)
         check_shape(header->rate, header->channels);
     is_live_ = !S_ISREG(status.st_mode);
-    if (!is_live_ && header)
+    const bool known = header && length_is_known(*header, is_live_ ? 0 : status.st_size);
+    if (header && !known)
+        header->audio_bytes = -1;
+    if (known && !is_live_)
         check_length(*header, status.st_size);
-    // libsndfile would believe a writer who could not tell the length and wrote 0.
-    if (is_live_ || (header && header->format != 0 && header->audio_bytes <= 0)) {
+    // libsndfile would believe a writer who did not know the length and wrote 0.
+    if (is_live_ || (header && header->format != 0 && !known)) {
         open_pipe(header ? &*header : nullptr, options);
     } else {
         lseek(descriptor_.value, 0, SEEK_SET);
@@ -95,10 +107,10 @@ Recording::Recording(const std::string& name, const Options& options)
 
 void Recording::check_length(const Header& header, std::int64_t file_bytes)
 {
-    if (header.audio_bytes == 0 && header.whole_bytes == file_bytes)
+    if (header.audio_bytes == 0)
         throw FileError(name_, "the file holds no audio");
     audio_end_ = header.audio_at + header.audio_bytes;
-    if (header.audio_bytes > 0 && audio_end_ > file_bytes)
+    if (audio_end_ > file_bytes)
         found_truncated(std::to_string(audio_end_ - file_bytes) + " bytes before its header says");
 }
 
@@ -139,7 +151,7 @@ void Recording::open_pipe(const Header* header, const Options& options)
         plain = *header;
     }
     pipe_ = std::make_unique<Pipe>(name_, descriptor_.value, plain.format, plain.channels,
-                                   plain.audio_bytes > 0 ? plain.audio_bytes : -1);
+                                   plain.audio_bytes);
     channels_ = plain.channels;
     rate_ = static_cast<int>(plain.rate);
     frames_ = pipe_->frames();
