@@ -3,6 +3,7 @@
 #include "cli/file_error.h"
 #include "cli/interrupt.h"
 #include "cli/recording.h"
+#include "cli/verbs.h"
 
 #include <algorithm>
 #include <CLI/CLI.hpp>
@@ -26,7 +27,8 @@ constexpr char kExamples[] =
   rsmpl --engine device mic.wav board.wav          as resample_process does it on a device
   arecord -t raw -f S16_LE -r 48000 | rsmpl --raw 48000,1 - - | recogniser
   rsmpl --out-dir out -j 4 corpus/*/*.wav          many files, by four threads
-  rsmpl --json talk.wav talk16.wav                 a report for programs)";
+  rsmpl --json talk.wav talk16.wav                 a report for programs
+  rsmpl info 44100                                 what serves a conversion, and how well)";
 
 class Formatter : public CLI::Formatter
 {
@@ -37,6 +39,7 @@ public:
             return CLI::Formatter::make_usage(app, name);
         return "Usage: rsmpl [OPTIONS] IN OUT\n"
                "       rsmpl [OPTIONS] --out-dir DIR IN...\n"
+               "       rsmpl info | response | selftest ...\n"
                "\"-\" as IN or OUT is standard input or output.\n";
     }
 
@@ -165,6 +168,16 @@ void check_files(const Options& options)
         throw CLI::ValidationError("more than IN and OUT; --out-dir DIR converts many files");
 }
 
+// A verb is one only as the first word; anywhere else it is a file's name.
+void add_verbs(CLI::App& app, const std::string& first_word, int& status)
+{
+    add_info(app, status);
+    add_response(app, status);
+    add_selftest(app, status);
+    for (CLI::App* verb : app.get_subcommands({}))
+        verb->disabled(verb->get_name() != first_word);
+}
+
 int wrong_usage(const CLI::ParseError& error)
 {
     const bool unexpected = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
@@ -181,8 +194,12 @@ int run(int argc, char** argv)
     app.footer(kExamples);
     Options options;
     add_options(app, options);
+    int status = kDone;
+    add_verbs(app, argc > 1 ? argv[1] : "", status);
     try {
         app.parse(argc, argv);
+        if (!app.get_subcommands().empty())
+            return status;
         check_files(options);
     } catch (const CLI::Success& wanted_help_or_version) {
         return app.exit(wanted_help_or_version);
