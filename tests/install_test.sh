@@ -67,4 +67,4 @@ for static in "" -static; do
     check "$scratch/rsmpl-stream" "${any_length[@]}"
 done
 
-[ ! -e "$build_dir/cli" ] || "$prefix/bin/rsmpl" --version
+[ ! -e "$build_dir/cli" ] || "$prefix/bin/rsmpl" selftest
