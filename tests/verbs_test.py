@@ -218,7 +218,7 @@ assert [(row["L"], row["M"]) for row in told["stages"]] == RATIOS
 for row in told["stages"] + told["conversion"][:1]:
     check_stage(row)
 fir_row = told["conversion"][1]
-assert fir_row["taps"] == 288 and abs(fir_row["delay_samples"] - 48) < 1e-4 and fir_row["rejection_db"] > 69
+assert fir_row["taps"] == 289 and abs(fir_row["delay_samples"] - 48) < 1e-4 and fir_row["rejection_db"] > 69
 assert "1:3, served by iir, or" in rsmpl("info", "48000").stdout
 
 CASES = [  # words, exit status, what is said
