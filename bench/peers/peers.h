@@ -68,8 +68,10 @@ Settings rsmpl_settings;
 struct Quality {
     double ripple;    // dB, peak to peak, up to 0.87 of the lower Nyquist frequency or to the edge
     double edge;      // where it is 1 dB below its maximum, as a part of that frequency
-    double rejection; // dB from the maximum down to the strongest alias or image
-    double delay;     // ms from a sample's arrival to its delivery, in calls of that many inputs
+    double rejection; // dB from the maximum down to the strongest alias, or image of a tone up to
+                      // 0.87 of that frequency
+    double rejection_of_all; // or image of any tone
+    double delay; // ms from a sample's arrival to its delivery, in calls of that many inputs
 };
 
 // Measured from what becomes of tones.

@@ -106,6 +106,18 @@ std::vector<double> stop_band(Rates rates)
     return tones;
 }
 
+// Where an interpolator lets the input through by parts, and images by parts too.  None for
+// decimators.
+std::vector<double> slope(Rates rates)
+{
+    constexpr int kTones = 16;
+    const double nyquist = rates.lower_nyquist();
+    std::vector<double> tones;
+    for (int i = 1; rates.in < rates.out && i <= kTones; ++i)
+        tones.push_back((0.87 + (0.998 - 0.87) * i / kTones) * nyquist);
+    return tones;
+}
+
 } // namespace
 
 // Group delay of the output as a stream, and what is held back of it.
@@ -137,6 +149,9 @@ Quality measure(Rates rates, const Setting& setting)
         send(hertz);
     const double highest = *std::max_element(levels.begin(), levels.end());
     const double rejection = highest - strongest_spurious;
+    for (const double hertz : slope(rates))
+        send(hertz);
+    const double rejection_of_all = highest - strongest_spurious;
 
     const auto fallen = std::find_if(levels.begin(), levels.end(),
                                      [&](double level) { return level < highest - 1; });
@@ -148,7 +163,7 @@ Quality measure(Rates rates, const Setting& setting)
         const double middle = (edge + beyond) / 2;
         (send(middle * rates.lower_nyquist()) < highest - 1 ? beyond : edge) = middle;
     }
-    return {highest - lowest, edge, rejection, delay(rates, setting)};
+    return {highest - lowest, edge, rejection, rejection_of_all, delay(rates, setting)};
 }
 
 } // namespace peers

@@ -40,9 +40,16 @@ std::vector<Setting> swresample_settings(Rates rates)
     const auto tuned = [=](const char* name, const char* options) -> std::vector<Setting> {
         return {standard, {name, [=] { return open(rates, options); }}};
     };
-    if (rates.in == 44100 && rates.out > rates.in)
-        return tuned("size 34, beta 7, flt, cutoff 0.94",
-                     "filter_size=34:kaiser_beta=7:internal_sample_fmt=fltp:cutoff=0.94");
+    if (rates.in == 44100 && rates.out > rates.in) {
+        // Once for the pass band alone, once for images of any tone.
+        auto settings = tuned("size 34, beta 7, flt, cutoff 0.94",
+                              "filter_size=34:kaiser_beta=7:internal_sample_fmt=fltp:cutoff=0.94");
+        settings.push_back(
+            tuned("size 64, beta 7, flt, cutoff 0.86",
+                  "filter_size=64:kaiser_beta=7:internal_sample_fmt=fltp:cutoff=0.86")
+                .back());
+        return settings;
+    }
     if (rates.in == 44100)
         return tuned("size 68, beta 7, cutoff 0.93", "filter_size=68:kaiser_beta=7:cutoff=0.93");
     if (rates.out == 3 * rates.in)
