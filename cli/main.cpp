@@ -6,11 +6,13 @@
 #include "cli/verbs.h"
 
 #include <algorithm>
+#include <charconv>
 #include <CLI/CLI.hpp>
 #include <climits>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace
@@ -53,10 +55,11 @@ public:
 RawInput parse_raw(const std::string& text)
 {
     RawInput raw{};
-    int used = 0;
-    if (std::sscanf(text.c_str(), "%9d,%9d%n", &raw.rate, &raw.channels, &used) != 2 ||
-        static_cast<std::size_t>(used) != text.size() || raw.rate < 1 || raw.channels < 1 ||
-        raw.channels > Recording::kMaxChannels)
+    const char* const end = text.data() + text.size();
+    const auto rate = std::from_chars(text.data(), end, raw.rate);
+    const bool comma = rate.ec == std::errc() && rate.ptr != end && *rate.ptr == ',';
+    if (!comma || std::from_chars(rate.ptr + 1, end, raw.channels).ptr != end || raw.rate < 1 ||
+        raw.channels < 1 || raw.channels > Recording::kMaxChannels)
         throw CLI::ValidationError("--raw", "RATE,CHANNELS is as 48000,1, with 1 to 16 channels");
     return raw;
 }
@@ -76,7 +79,7 @@ CLI::Validator one_of(const std::vector<std::string>& names)
 
 void add_sound_options(CLI::App& app, Options& options)
 {
-    const auto group = "Sound";
+    constexpr const char* group = "Sound";
     app.add_option("-r,--rate", options.rate, "sample rate of the output in Hz, 16000 by default")
         ->check(CLI::Range(1, INT_MAX).description(""))
         ->type_name("RATE")
@@ -101,7 +104,7 @@ void add_sound_options(CLI::App& app, Options& options)
 
 void add_file_options(CLI::App& app, Options& options)
 {
-    const auto group = "Files";
+    constexpr const char* group = "Files";
     app.add_option("--format", options.format, "format of the output; by default its suffix tells")
         ->transform(one_of({"wav", "flac", "aiff", "au", "raw"}))
         ->type_name("wav|flac|aiff|au|raw")
@@ -123,7 +126,7 @@ void add_file_options(CLI::App& app, Options& options)
 
 void add_batch_options(CLI::App& app, Options& options)
 {
-    const auto group = "Many files";
+    constexpr const char* group = "Many files";
     auto* out_dir = app.add_option("--out-dir", options.out_dir,
                                    "convert all files into this folder, each to its own name")
                         ->type_name("DIR")

@@ -20,21 +20,21 @@ namespace
 constexpr std::int64_t kMostBytes = RSMPL_MOST_BYTES;
 
 struct Kind {
-    Format format;
     const char* suffix;
     const char* name; // in messages
+    Format format;
     int file_format;
 };
 
 // The first of a format is how its files are called.
-constexpr Kind kKinds[] = {{Format::kWav, "wav", "WAV", SF_FORMAT_WAV},
-                           {Format::kFlac, "flac", "FLAC", SF_FORMAT_FLAC},
-                           {Format::kAiff, "aiff", "AIFF", SF_FORMAT_AIFF},
-                           {Format::kAiff, "aif", "AIFF", SF_FORMAT_AIFF},
-                           {Format::kAu, "au", "AU", SF_FORMAT_AU},
-                           {Format::kAu, "snd", "AU", SF_FORMAT_AU},
-                           {Format::kRaw, "raw", "raw", SF_FORMAT_RAW | SF_ENDIAN_LITTLE},
-                           {Format::kRaw, "pcm", "raw", SF_FORMAT_RAW | SF_ENDIAN_LITTLE}};
+constexpr Kind kKinds[] = {{"wav", "WAV", Format::kWav, SF_FORMAT_WAV},
+                           {"flac", "FLAC", Format::kFlac, SF_FORMAT_FLAC},
+                           {"aiff", "AIFF", Format::kAiff, SF_FORMAT_AIFF},
+                           {"aif", "AIFF", Format::kAiff, SF_FORMAT_AIFF},
+                           {"au", "AU", Format::kAu, SF_FORMAT_AU},
+                           {"snd", "AU", Format::kAu, SF_FORMAT_AU},
+                           {"raw", "raw", Format::kRaw, SF_FORMAT_RAW | SF_ENDIAN_LITTLE},
+                           {"pcm", "raw", Format::kRaw, SF_FORMAT_RAW | SF_ENDIAN_LITTLE}};
 
 const Kind& kind_of(Format format)
 {
@@ -74,6 +74,13 @@ void check(const std::string& name, const Shape& shape, bool is_pipe)
         throw FileError(name, "more than the 4 GiB that " + format + " can hold; WAV holds more");
 }
 
+// Opening it would wait for a reader.
+bool is_fifo(const std::string& path)
+{
+    std::error_code ignored;
+    return std::filesystem::is_fifo(path, ignored);
+}
+
 // WAV files beyond 4 GiB are RF64.  Where the length is not known yet, libsndfile keeps room
 // for that and makes it WAV in the end where it can.
 int file_format(const Shape& shape)
@@ -110,7 +117,7 @@ const char* suffix_of(Format format)
 }
 
 Output::Output(const std::string& path, const Shape& shape)
-    : shape_(shape), place_((check(path, shape, false), path)), file_(nullptr, sf_close),
+    : shape_(shape), place_((check(path, shape, is_fifo(path)), path)), file_(nullptr, sf_close),
       clipped_(static_cast<std::size_t>(shape.channels))
 {
     check(place_.name(), shape, place_.is_pipe());

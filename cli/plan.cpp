@@ -37,7 +37,7 @@ fs::path common_root(const std::vector<std::string>& files)
 
 fs::path below(const fs::path& root, const std::string& file)
 {
-    const fs::path path = normal(file).lexically_relative(root);
+    fs::path path = normal(file).lexically_relative(root);
     if (path.empty() || *path.begin() == "..")
         throw FileError(file,
                         "lies outside of " + printable(root.string()) + ", which --root names");

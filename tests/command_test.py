@@ -40,6 +40,7 @@ ERRORS = r"""
 1 | hard.wav: output and input are the same file      | in.wav hard.wav
 1 | dangling.wav: a symbolic link that leads nowhere  | in.wav dangling.wav
 1 | full: .*                                          | --format wav in.wav full
+1 | fifo.wav: WAV can't be written into a pipe; .*    | in.wav fifo.wav
 1 | full: No space left on device                     | --format raw in.wav full
 1 | o.mp3: no format is known by this suffix; .*      | in.wav o.mp3
 1 | o.flac: FLAC holds no floats; .*                  | --bits float in.wav o.flac
@@ -275,6 +276,7 @@ class Command(unittest.TestCase):
         for bits, code in ("16", "<i2"), ("float", "<f4"):
             good("--bits", bits, "in.wav", "o.wav"), good("--bits", bits, "in.wav", "o.raw")
             self.assertEqual(read("o.raw"), chunks("o.wav")[b"data"])
+        self.assertNotIn(b"PEAK", chunks("o.wav"))  # which has the time of day
 
     def test_tags_go_along(self):
         origin = bytearray(602)
@@ -397,7 +399,7 @@ class Command(unittest.TestCase):
             ds64 = chunk(b"ds64", struct.pack("<QQQI", 5 << 30, 5 << 30, 0, 0))
             file.write(b"RF64\xff\xff\xff\xffWAVE" + ds64 + header(0xffffffff)[12:])
             file.truncate(file.tell() + (5 << 30))
-        os.mkdir("dir"), os.mkdir("sub"), os.mkdir("closed", 0o555)
+        os.mkdir("dir"), os.mkdir("sub"), os.mkdir("closed", 0o555), os.mkfifo("fifo.wav")
         os.symlink("in.wav", "link.wav"), os.link("in.wav", "hard.wav")
         os.symlink("nothing", "dangling.wav")
         for name, mode in ("fixed.wav", 0o444), ("secret.wav", 0):
