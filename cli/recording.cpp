@@ -15,10 +15,10 @@ namespace
 
 constexpr int kRawFormat = SF_FORMAT_RAW | SF_FORMAT_PCM_16 | SF_ENDIAN_LITTLE;
 
-int open_input(const std::string& name)
+int open_input(const std::string& name, bool standard_input)
 {
-    const int descriptor = name == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)
-                                       : open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = standard_input ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)
+                                          : open(name.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0)
         throw FileError(name, errno);
     return descriptor;
@@ -81,7 +81,7 @@ Recording::Descriptor::~Descriptor()
 
 Recording::Recording(const std::string& name, const Options& options)
     : standard_input_(name == "-"), name_(standard_input_ ? "standard input" : name),
-      allow_truncated_(options.allow_truncated), descriptor_(open_input(name))
+      allow_truncated_(options.allow_truncated), descriptor_(open_input(name_, standard_input_))
 {
     const struct stat status = look_at(name, descriptor_.value);
     std::optional<Header> header;
