@@ -7,7 +7,6 @@
 #include "stream/road_internal.h"
 
 #include <algorithm>
-#include <array>
 #include <climits>
 #include <cmath>
 #include <cstddef>
@@ -32,7 +31,7 @@ struct rsmpl_stream {
     size_t skip = 0;             // of these still to come
     size_t groups_at_once = 0;   // that the scratch holds
     std::vector<float> scratch_in;
-    std::vector<float> scratch_out;
+    std::vector<float> scratch_out; // of two channels
     std::uint64_t clipped = 0;
 };
 
@@ -61,18 +60,22 @@ void gather(const From* from, size_t stride, size_t count, To* to)
         each(stride);
 }
 
-// to[i * stride] = from[i].
+// to[i * stride] = a[i], and to[i * stride + 1] = b[i] unless b is null.
 template <typename Sample>
-void scatter(const Sample* from, size_t count, Sample* to, size_t stride)
+void scatter(const Sample* a, const Sample* b, size_t count, Sample* to, size_t stride)
 {
-    const auto each = [=](auto step) {
-        for (size_t i = 0; i < count; ++i)
-            to[i * step] = from[i];
+    const auto both = [=](auto step) {
+        for (size_t i = 0; i < count; ++i) {
+            to[i * step] = a[i];
+            to[i * step + 1] = b[i];
+        }
     };
-    if (stride == 2)
-        each(std::integral_constant<size_t, 2>());
-    else
-        each(stride);
+    for (size_t i = 0; i < count && b == nullptr; ++i)
+        to[i * stride] = a[i];
+    if (b != nullptr && stride == 2)
+        both(std::integral_constant<size_t, 2>());
+    else if (b != nullptr)
+        both(stride);
 }
 
 // Rounds to 16 bits.  Returns how many samples were clipped, which are looked for only where a
@@ -93,8 +96,8 @@ std::uint64_t round(const float* from, size_t count, short* to)
                : 0;
 }
 
-// A caller's block: read() brings samples of channel c to a filter, write() takes them back.  A
-// null `in` is silence.
+// A caller's block: read() brings samples of channel c to a filter; write() takes them back, those
+// of channel c + 1, b, along with it when there are any.  A null `in` is silence.
 struct RowBlock {
     static constexpr bool kRows = true; // that a filter can use as they are
 
@@ -105,9 +108,11 @@ struct RowBlock {
     {
         std::copy_n(in[c] + first, count, to);
     }
-    void write(size_t c, size_t first, size_t count, const float* from) const
+    void write(size_t c, size_t first, size_t count, const float* a, const float* b) const
     {
-        std::copy_n(from, count, out[c] + first);
+        std::copy_n(a, count, out[c] + first);
+        if (b != nullptr)
+            std::copy_n(b, count, out[c + 1] + first);
     }
 };
 
@@ -122,9 +127,9 @@ struct FloatBlock {
     {
         gather(in + first * channels + c, channels, count, to);
     }
-    void write(size_t c, size_t first, size_t count, const float* from) const
+    void write(size_t c, size_t first, size_t count, const float* a, const float* b) const
     {
-        scatter(from, count, out + first * channels + c, channels);
+        scatter(a, b, count, out + first * channels + c, channels);
     }
 };
 
@@ -140,15 +145,17 @@ struct ShortBlock {
     {
         gather(in + first * channels + c, channels, count, to);
     }
-    void write(size_t c, size_t first, size_t count, const float* from) const
+    void write(size_t c, size_t first, size_t count, const float* a, const float* b) const
     {
-        std::array<short, 512> rounded;
-        short* to = out + first * channels + c;
-        for (size_t part = 0; count > 0; count -= part, from += part, to += part * channels) {
-            part = std::min(count, rounded.size());
-            clipped += round(from, part, channels == 1 ? to : rounded.data());
-            if (channels > 1)
-                scatter(rounded.data(), part, to, channels);
+        constexpr size_t kPart = 512;
+        short rounded[2][kPart];
+        for (size_t done = 0, part = 0; done < count; done += part) {
+            part = std::min(count - done, kPart);
+            clipped += round(a + done, part, rounded[0]);
+            if (b != nullptr)
+                clipped += round(b + done, part, rounded[1]);
+            scatter(rounded[0], b == nullptr ? nullptr : rounded[1], part,
+                    out + (first + done) * channels + c, channels);
         }
     }
 };
@@ -179,13 +186,14 @@ Piece next_piece(const rsmpl_stream& s, bool rows, size_t frames, size_t room)
     return {groups, groups * s.down - s.waiting, skipped, std::min(made - skipped, room)};
 }
 
-// Channel c of it, from frame `first` of the block on, to frame `done`.
+// Takes channel c of it, from frame `first` of the block on, through its filter.  Returns where in
+// `scratch` what is kept begins; or null when it lies in the block already, from frame `done` on.
 template <typename Block>
-void filter_piece(rsmpl_stream& s, const Block& block, size_t c, const Piece& piece, size_t first,
-                  size_t done)
+const float* filter_channel(rsmpl_stream& s, const Block& block, size_t c, const Piece& piece,
+                            size_t first, size_t done, float* scratch)
 {
     const float* in = s.scratch_in.data();
-    float* out = s.scratch_out.data();
+    float* out = scratch;
     if constexpr (Block::kRows) {
         if (block.in != nullptr && s.waiting == 0)
             in = block.in[c] + first;
@@ -197,8 +205,24 @@ void filter_piece(rsmpl_stream& s, const Block& block, size_t c, const Piece& pi
               std::copy_n(s.pending.data() + c * s.down, s.waiting, s.scratch_in.data()));
     }
     s.filters[c].run(in, out, piece.groups);
-    if (out == s.scratch_out.data() && piece.kept > 0)
-        block.write(c, done, piece.kept, out + piece.skipped);
+    return out == scratch ? out + piece.skipped : nullptr;
+}
+
+// All channels, by twos.
+template <typename Block>
+void filter_piece(rsmpl_stream& s, const Block& block, const Piece& piece, size_t first,
+                  size_t done)
+{
+    float* const scratch = s.scratch_out.data();
+    for (size_t c = 0; c < s.filters.size(); c += 2) {
+        const float* const a = filter_channel(s, block, c, piece, first, done, scratch);
+        const float* const b = c + 1 == s.filters.size()
+                                   ? nullptr
+                                   : filter_channel(s, block, c + 1, piece, first, done,
+                                                    scratch + s.scratch_out.size() / 2);
+        if (a != nullptr && piece.kept > 0)
+            block.write(c, done, piece.kept, a, b);
+    }
 }
 
 // Takes `frames` frames through the filters.  Returns the frames delivered, at most `room`.
@@ -210,8 +234,7 @@ size_t convert(rsmpl_stream& s, const Block& block, size_t frames, size_t room)
     while (s.waiting + frames - taken >= s.down) {
         const bool rows = Block::kRows && block.in != nullptr;
         const Piece piece = next_piece(s, rows, frames - taken, room - done);
-        for (size_t c = 0; c < s.filters.size(); ++c)
-            filter_piece(s, block, c, piece, taken, done);
+        filter_piece(s, block, piece, taken, done);
         taken += piece.fresh;
         done += piece.kept;
         s.skip -= piece.skipped;
@@ -262,7 +285,7 @@ void furnish(rsmpl_stream& s, int channels, unsigned flags)
     s.groups_at_once = std::max<size_t>(1, kScratch / std::max(s.up, s.down));
     s.pending.resize(count * s.down);
     s.scratch_in.resize(s.groups_at_once * s.down);
-    s.scratch_out.resize(s.groups_at_once * s.up);
+    s.scratch_out.resize(2 * s.groups_at_once * s.up);
     if ((flags & RSMPL_STREAM_ALIGNED) != 0)
         s.lead = static_cast<size_t>(std::lround(s.road.info.delay));
     start(s);

@@ -48,7 +48,7 @@
  * times 2.6 with FIR.
  *
  * One thread at a time per stream; distinct streams are independent, also while another is opened.
- * [rt]: neither allocates, locks, prints nor touches files; calls that convert take 24 KiB of
+ * [rt]: neither allocates, locks, prints nor touches files; calls that convert take 28 KiB of
  * stack.  A null in stands for silence; out may be
  * null where it gets no frames. */
 #ifndef RSMPL_RSMPL_STREAM_H
