@@ -108,8 +108,8 @@ TEST(Stream, FiltersTonesAsItSays)
         const double nyquist = groups * s.lower() / 2.0; // the lower one, in periods
         const double unsure = s.info.taps > 0 ? 0.007 : 0.003;
         double highest = 0, lowest = 9, rest = 0;
-        const int end = groups * s.info.down / 2;
-        for (int k = 1; k<end; k += k / nyquist> 1.1 ? 1 + k / 30 : 1) {
+        const int end = groups * s.info.down / 2, fine = 1 + static_cast<int>(nyquist) / 200;
+        for (int k = 1; k < end; k += std::fabs(k / nyquist - 0.95) < 0.12 ? fine : 1 + k / 20) {
             const double at = k / nyquist;
             const auto [tone, others] =
                 reply(s, groups, k % groups == 0 ? k + 1 : k); // no image of itself
