@@ -3,10 +3,7 @@
 #include "stream/rsmpl_stream.h"
 #include <stdio.h>
 
-enum {
-    BLOCK = 1000,
-    ROOM = 640
-}; /* 22.7 ms, any length would do; room for two groups of 160 more */
+enum { BLOCK = 1000, ROOM = 640 }; /* any length; room for what it makes, 480 at most */
 
 int main(void)
 {

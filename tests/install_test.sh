@@ -20,8 +20,8 @@ cmake --install "$build_dir" --prefix "$prefix" >/dev/null
 done
 if find "$prefix/include" -name '*_internal.h' | grep .; then exit 1; fi
 
-# The README shows the example as it stands in the file.
-diff <(sed -n '/^```c$/,/^```$/p' "$source_dir/README.md" | sed '1d;$d') "$example"
+# The README shows the examples as they stand in the files.
+diff <(sed -n '/^```c$/,/^```$/{/^```/!p}' "$source_dir/README.md") <(cat "$example" "$source_dir/examples/anyrate.c")
 
 check() { # PROGRAM IN OUT: from so many bytes come as many as there have to, and not silence
     head -c "$2" /dev/urandom | "$1" >"$scratch/out.raw"
