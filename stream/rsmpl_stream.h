@@ -41,10 +41,11 @@
  *     3:1      0.5     0.875     0.877       -60          4.32                   2.9
  *     4:1      0.5     0.875     0.877       -60          5.96                   3.5
  *     6:1      0.5     0.875     0.877       -60          9.15                   4.9
- *     FIR      0.01    0.87      0.902       -73          48 max(L, M) / M,      160:441 6.6 in calls of
- *                                                         rounded up             10 ms, 3.0 of 1 s
+ *     FIR      0.01    0.87      0.902       -73          48 max(L, M) / M       3.0, 6.6
  *
- * ns: mono, in blocks of 960 samples of the faster side, on an AMD EPYC with AVX2 (./bench/run).
+ * FIR's delay is rounded up.  ns: mono, blocks of 960 samples of the faster side; FIR 160:441, in
+ * calls of 1 s and of 10 ms; on an AMD EPYC with AVX2 (./bench/run).
+ *
  * A stage's delay is that of a tone at N / 10, and grows towards the edge.  Its level is -0.5 dB at
  * DC, and 0 dB at most; FIR's is 0 dB.  No output exceeds the largest input times 3.4 with a stage,
  * times 2.6 with FIR.
