@@ -494,7 +494,11 @@ class Command(unittest.TestCase):
             (seconds, b"", "--raw", "8000,1", "-", "1.wav"), (part, start, "-", "2.wav"),
             (whole, start, "--out-dir", "out", "in.wav", "/dev/stdin"),
             (b"^$", start, "--quiet", "-", "3.wav"))]
+        piped = subprocess.Popen([RSMPL, "-", "-"], stdin=subprocess.PIPE, bufsize=0,
+                                 stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+        piped.stdin.write(start + bytes(32000))
         time.sleep(1.1)
+        self.assertRegex(piped.communicate(bytes(32000))[1], b"^frames in 32000 ")
         for (process, slave, terminal), wanted in begun:
             process.communicate(bytes(32000))
             self.assertEqual(process.returncode, 0)
