@@ -177,7 +177,8 @@ void run_together(float* sums, const float* const* taps, const std::size_t* newe
     }
     for (std::size_t g = 0; g < Groups; ++g)
         add_edge<Taps>(sums + kFirLanes * g, taps[g] + Taps::kStep * (rows - Taps::kLast),
-                       window + kFirLanes * (newest[g] - (rows - Taps::kLast)), Taps::kLast);
+                       window + kFirLanes * newest[g] - kFirLanes * (rows - Taps::kLast),
+                       Taps::kLast);
 }
 
 // As many groups, at most `Groups`, as go together; returns how many.
