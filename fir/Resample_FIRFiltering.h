@@ -49,10 +49,11 @@ void FIRGetDlyLine(const FIRState* state, float* delay);
 /* Releases the record and its arrays; null is ignored. */
 void FIRFree(FIRState* state);
 
-/* Several rates: up by L, filtered, down by M.  Both arrays are owned by the record.  To look at, but
- * for two things that a host may do: it may start a stream anew by setting `delay` and `index` to
- * 0; and it may have several streams share the taps, by copies of the record, each with a `delay` of
- * `length` floats of its own, that are released without FIRMRFree and before the record is. */
+/* Several rates: up by L, filtered, down by M.  Both arrays are owned by the record.  To look at,
+ * but for two things that a host may do: it may start a stream anew by setting `delay` and `index`
+ * to 0; and it may have several streams share the taps, by copies of the record, each with a
+ * `delay` of `length` floats of its own, that are released without FIRMRFree and before the record
+ * is. */
 typedef struct FIRMRState {
     float* taps;     /* copy of the coefficients, taps[0] for the newest sample */
     float* delay;    /* circular delay line at the high rate, inserted zeros included */
