@@ -396,8 +396,8 @@ const char* rsmpl_stream_message(rsmpl_stream_status status)
     case RSMPL_STREAM_BAD_ARGUMENT:
         return "1 to 64 channels, a known engine and known flags are accepted";
     case RSMPL_STREAM_BAD_RATES:
-        return "no filter for these rates: divided by their common divisor, neither may be above "
-               "1024, and only ten ratios have an IIR stage";
+        return "no filter for these rates: each is 1 Hz at least, divided by their common divisor "
+               "neither may be above 1024, and only ten ratios have an IIR stage";
     case RSMPL_STREAM_NO_MEMORY:
         return "not enough memory";
     }
