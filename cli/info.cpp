@@ -1,14 +1,12 @@
 #include "cli/info.h"
 
 #include "cli/families.h"
-#include "cli/file_error.h"
 #include "cli/measure.h"
 #include "cli/options.h"
 #include "cli/recording.h"
 #include "cli/selftest.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -246,6 +244,4 @@ void print_info(const InfoRequest& request)
             print_conversion(in_rate, request.rate, engines);
         print_stages(stages);
     }
-    if (std::fflush(stdout) != 0)
-        throw FileError("standard output", errno);
 }

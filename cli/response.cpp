@@ -1,11 +1,9 @@
 #include "cli/response.h"
 
-#include "cli/file_error.h"
 #include "cli/measure.h"
 #include "design/Resample_FIRFilterDesign.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <iterator>
@@ -65,10 +63,10 @@ Band read_band(const std::string& option, const std::string& text, bool has_low,
     std::istringstream fields(text);
     if (!read_field(fields, ',', band.taps) || band.taps < 1 || band.taps > kMostTaps ||
         (has_low && !read_edge(fields, band.low)) || (has_high && !read_edge(fields, band.high)) ||
-        !read_window(fields, band.window))
+        !(band.low < band.high) || !read_window(fields, band.window))
         throw BadRequest(option + " is not TAPS," + (has_low && has_high ? "LOW,HIGH" : "EDGE") +
-                         ",WINDOW, of 1 to 1048576 taps, with edges between 0 and 0.5 of the "
-                         "sampling rate, and the window none, blackman, hamming or hanning");
+                         ",WINDOW, of 1 to 1048576 taps, with rising edges between 0 and 0.5 "
+                         "of the sampling rate, and the window none, blackman, hamming or hanning");
     return band;
 }
 
@@ -148,9 +146,9 @@ void print_response(const ResponseRequest& request)
         const double frequency = to * i / std::max(request.points - 1, 1);
         const Response at = response_at(filter.taps, frequency);
         beside = unwrap(at.phase + turns * frequency, beside);
-        std::printf("%.9g,%.6f,%.6f,%.6f\n", frequency * unit, at.decibels - level,
-                    beside - turns * frequency, in_hertz ? 1000 * at.delay / unit : at.delay);
+        if (std::printf("%.9g,%.6f,%.6f,%.6f\n", frequency * unit, at.decibels - level,
+                        beside - turns * frequency,
+                        in_hertz ? 1000 * at.delay / unit : at.delay) < 0)
+            return; // nobody takes it
     }
-    if (std::fflush(stdout) != 0)
-        throw FileError("standard output", errno);
 }

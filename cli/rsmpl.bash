@@ -8,6 +8,8 @@ _rsmpl()
     local ratios="2:3 1:2 1:3 1:4 1:6 3:2 2:1 3:1 4:1 6:1"
     [[ $COMP_CWORD -gt 1 && ${COMP_WORDS[1]} =~ ^(info|response|selftest)$ ]] && verb=${COMP_WORDS[1]}
 
+    [[ $previous == = ]] && previous=${COMP_WORDS[COMP_CWORD - 2]} # bash takes --engine=fir apart
+
     if [[ $word == -* ]]; then
         list=$(_rsmpl_help "$command" $verb |
             sed -nE 's/^ +(-[[:alnum:]])?,?(--[[:alnum:]-]+)?( .*)?$/\1 \2/p')

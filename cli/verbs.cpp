@@ -6,7 +6,11 @@
 #include "cli/selftest.h"
 
 #include <cerrno>
+#include <cfloat>
 #include <CLI/CLI.hpp>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
 
@@ -29,6 +33,25 @@ const char* const kResponseExamples =
 const char* const kSelftestExamples = "Example:\n"
                                       "  rsmpl selftest || echo please report this";
 
+CLI::Validator above_zero()
+{
+    const auto check = [](std::string& text) {
+        const double value = std::strtod(text.c_str(), nullptr); // NaN is not
+        return value > 0 && value <= DBL_MAX ? std::string() : text + " is not a number above 0";
+    };
+    return {check, "", "above zero"};
+}
+
+// What has been printed must have arrived; where nobody reads it any more there is nobody to tell.
+void finish_printing()
+{
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
+        return;
+    if (errno == EPIPE)
+        throw ClosedPipe();
+    throw FileError("standard output", errno);
+}
+
 } // namespace
 
 void add_info(CLI::App& app, int& status)
@@ -37,12 +60,14 @@ void add_info(CLI::App& app, int& status)
         "info", "Says what would serve a conversion and measures it, and the ten stages.");
     const auto request = std::make_shared<InfoRequest>();
     verb->add_option("-r,--rate", request->rate, "rate of the output in Hz, 16000 by default")
+        ->check(CLI::Range(1, INT_MAX).description(""))
         ->type_name("RATE");
     verb->add_flag("--json", request->json, "print JSON");
     verb->add_option("INPUT", request->input, "a rate in Hz, or an audio file")->type_name("");
     verb->footer(kInfoExamples);
     verb->callback([request, &status] {
         print_info(*request);
+        finish_printing();
         status = 0;
     });
 }
@@ -77,12 +102,12 @@ void add_response(CLI::App& app, int& status)
     verb->add_option("--to", request->to,
                      "the last frequency; else half the filter's rate, or, for L:M, twice the "
                      "lower Nyquist frequency")
-        ->check(CLI::Validator(CLI::PositiveNumber).description(""))
+        ->check(above_zero())
         ->type_name("FREQUENCY");
     verb->add_option("--rate", request->rate,
                      "rate of the input: frequencies are in Hz then, delays in ms, else parts and "
                      "samples of the filter's rate, which for L:M is L times the input's")
-        ->check(CLI::Validator(CLI::PositiveNumber).description(""))
+        ->check(above_zero())
         ->type_name("HZ");
     verb->footer(kResponseExamples);
     verb->callback([request, &status] {
@@ -91,6 +116,7 @@ void add_response(CLI::App& app, int& status)
         } catch (const BadRequest& bad) {
             throw CLI::ValidationError("response", bad.what());
         }
+        finish_printing();
         status = 0;
     });
 }
@@ -103,7 +129,6 @@ void add_selftest(CLI::App& app, int& status)
     verb->footer(kSelftestExamples);
     verb->callback([&status] {
         status = run_selftest(stdout);
-        if (std::fflush(stdout) != 0)
-            throw FileError("standard output", errno);
+        finish_printing();
     });
 }

@@ -229,12 +229,17 @@ CASES = [  # words, exit status, what is said
     ("response", 2, "one of"), ("response 1:2 --lowpass 4,0.1,none", 2, "one of"), ("response 1:1025", 2, "1024"),
     ("response 0:1", 2, "L:M"), ("response 1:3x", 2, "L:M"), ("response 5:7 --engine iir", 1, "stage"),
     ("response --lowpass 64,0.5,none", 2, "between 0 and 0.5"), ("response --highpass 64,0.1,square", 2, "window"),
-    ("response --bandpass 64,0.1,none", 2, "LOW,HIGH"), ("response 1:2 --points 0", 2, "points")]
+    ("response --bandpass 64,0.1,none", 2, "LOW,HIGH"), ("response 1:2 --points 0", 2, "points"),
+    ("response --bandpass 64,0.2,0.1,none", 2, "rising"), ("response 1:2 --to nan", 2, "above 0"), ("info -r 0", 2, "rate")]
 for words, status, text in CASES:
     done = rsmpl(*words.split())
     assert done.returncode == status and re.search(text, done.stdout + done.stderr), (words, done)
     assert status == 0 or re.fullmatch("rsmpl: .*\n", done.stderr) and not done.stdout, (words, done)
-assert subprocess.run(f"{RSMPL} selftest >/dev/full", shell=True, stderr=subprocess.PIPE).returncode == 1
+for script, status, text in [
+        ("selftest >/dev/full", 1, b"No space"), ("info --json >/dev/full", 1, b"No space"), ("response 1:2 >/dev/full", 1, b"No space"),
+        ("response 1:2 --points 9999 | :", 0, b"^$"), ("info --json >&-", 1, b"Bad file")]:
+    done = subprocess.run(f"trap '' PIPE; {RSMPL} {script}", shell=True, stderr=subprocess.PIPE)
+    assert done.returncode == status and re.search(text, done.stderr), (script, done)
 
 # The same options in --help, in the man page and from bash's completion.
 MANUAL = re.split(r"^\.S[SH] (?=\"rsmpl|VERBS)", (ROOT / "docs/man/rsmpl.1.in").read_text().replace("\\-", "-"), flags=re.M)
