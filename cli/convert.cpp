@@ -43,7 +43,8 @@ void check_apart(const Job& job)
     struct stat in, out;
     if (look(job.in, STDIN_FILENO, in) && look(job.out, STDOUT_FILENO, out) &&
         S_ISREG(in.st_mode) && in.st_dev == out.st_dev && in.st_ino == out.st_ino)
-        throw FileError(job.out, "output and input are the same file");
+        throw FileError(job.out == "-" ? "standard output" : job.out,
+                        "output and input are the same file");
 }
 
 std::size_t block_frames(const rsmpl_stream_info& info)
@@ -82,10 +83,10 @@ double measure(const Job& job, const Options& options, double gain, Progress& pr
     filter.engine = device ? Engine::kIir : options.engine;
     Recording in(job.in, options);
     if (in.is_live())
-        throw FileError(job.in, "--safe reads the input twice, which a pipe can't; "
-                                "write it to a file first");
+        throw FileError(in.name(), "--safe reads the input twice, which a pipe can't; "
+                                   "write it to a file first");
     in.set_gain(gain);
-    const auto resampler = open_resampler(job.in, in.channels(), in.rate(), filter);
+    const auto resampler = open_resampler(in.name(), in.channels(), in.rate(), filter);
     float peak = 0;
     run_all(in, *resampler, progress, share,
             [&](const std::vector<float>& out) { peak = peak_of(out.data(), out.size(), peak); });
@@ -132,7 +133,7 @@ void convert(Report& report, const Options& options, Progress& progress, double 
     const Format format = format_of(job.out, options);
     Recording in(job.in, options);
     in.set_gain(gain_for(report.gain_db));
-    const auto resampler = open_resampler(job.in, in.channels(), in.rate(), options);
+    const auto resampler = open_resampler(in.name(), in.channels(), in.rate(), options);
     report.stream = resampler->info();
     make_folders(job);
     Output out(job.out, {format, options.bits, in.channels(), options.rate,

@@ -6,13 +6,19 @@
 #include "cli/verbs.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <CLI/CLI.hpp>
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <exception>
+#include <fcntl.h>
+#include <new>
 #include <string>
 #include <system_error>
+#include <unistd.h>
 #include <vector>
 
 namespace
@@ -77,6 +83,17 @@ CLI::Validator one_of(const std::vector<std::string>& names)
     return {find, "", "one of"};
 }
 
+// CLI11's own range has room for NaN.
+CLI::Validator decibels(double most)
+{
+    const auto check = [most](std::string& text) {
+        const double value = std::strtod(text.c_str(), nullptr);
+        return value >= -most && value <= most ? std::string()
+                                               : text + " is not between -200 and 200";
+    };
+    return {check, "", "decibels"};
+}
+
 void add_sound_options(CLI::App& app, Options& options)
 {
     constexpr const char* group = "Sound";
@@ -94,7 +111,7 @@ void add_sound_options(CLI::App& app, Options& options)
            "--no-align", [&options] { options.align = false; }, "leave the filter's delay in")
         ->group(group);
     app.add_option("--gain", options.gain_db, "turn the input up, or down when negative")
-        ->check(CLI::Range(-200.0, 200.0).description(""))
+        ->check(decibels(200))
         ->type_name("DB")
         ->group(group);
     app.add_flag("--safe", options.safe,
@@ -205,7 +222,9 @@ int run(int argc, char** argv)
             return status;
         check_files(options);
     } catch (const CLI::Success& wanted_help_or_version) {
-        return app.exit(wanted_help_or_version);
+        app.exit(wanted_help_or_version);
+        finish_printing();
+        return kDone;
     } catch (const CLI::ParseError& error) {
         return wrong_usage(error);
     }
@@ -214,13 +233,26 @@ int run(int argc, char** argv)
                                                                                     : kFailed;
 }
 
+// What is written to standard output or error must not go into a file that took the place of one
+// that was closed.  These fail as closed ones do.
+void keep_closed_descriptors_taken()
+{
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(descriptor, F_GETFD) < 0)
+            open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    keep_closed_descriptors_taken();
     try {
         return run(argc, argv);
     } catch (const ClosedPipe&) { // a signal that is ignored
+        return kFailed;
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "rsmpl: %s\n", std::strerror(ENOMEM));
         return kFailed;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "rsmpl: %s\n", error.what());

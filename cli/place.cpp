@@ -22,10 +22,13 @@ mode_t mode_for(const std::string& target)
 
 void check_writable(const std::string& path)
 {
-    std::error_code ignored;
+    std::error_code error, ignored;
     if (fs::is_directory(path, ignored))
         throw FileError(path, EISDIR);
-    if (fs::exists(path, ignored)) {
+    const bool exists = fs::exists(path, error);
+    if (error) // such as a name too long
+        throw FileError(path, error.value());
+    if (exists) {
         if (access(path.c_str(), W_OK) != 0)
             throw FileError(path, errno);
     } else if (fs::is_symlink(path, ignored)) {
@@ -75,6 +78,8 @@ void Place::open_beside()
 {
     beside_.emplace();
     descriptor_ = beside_->create(fs::path(target_).parent_path().string());
+    if (descriptor_ < 0 && errno == ENOENT)
+        throw FileError(name_, "its folder does not exist; create it first");
     if (descriptor_ < 0)
         throw FileError(name_, errno);
     fchmod(descriptor_, mode_for(target_));

@@ -143,8 +143,11 @@ void Recording::open_pipe(const Header* header, const Options& options)
         plain.format = kRawFormat;
         plain.channels = options.raw->channels;
         plain.rate = options.raw->rate;
-    } else if (header == nullptr || header->format == 0) {
-        throw FileError(name_, std::string(header != nullptr ? header->kind : "this") +
+    } else if (header == nullptr) {
+        throw FileError(name_, "no header of WAV or AU came, as a pipe has to bring it; "
+                               "--raw takes samples without one");
+    } else if (header->format == 0) {
+        throw FileError(name_, std::string(header->kind) +
                                    " can't be read from a pipe, only plain WAV, AU and --raw; "
                                    "write it to a file first");
     } else {

@@ -19,6 +19,9 @@ public:
     // `name` is a file, or "-" for standard input.
     Recording(const std::string& name, const Options& options);
 
+    // As messages call it.
+    const std::string& name() const { return name_; }
+
     int channels() const { return channels_; }
 
     int rate() const { return rate_; }
@@ -71,7 +74,7 @@ private:
     void scale(float* samples, std::size_t count);
 
     bool standard_input_;
-    std::string name_; // as messages call it
+    std::string name_;
     bool allow_truncated_;
     Descriptor descriptor_;
     int channels_ = 0, rate_ = 0;

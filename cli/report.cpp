@@ -119,7 +119,8 @@ std::string skipped_json(const Job& job)
 
 std::string warnings(const Report& report)
 {
-    const std::string start = "rsmpl: " + printable(report.job.in) + ": warning: ";
+    const std::string name = report.job.in == "-" ? "standard input" : printable(report.job.in);
+    const std::string start = "rsmpl: " + name + ": warning: ";
     std::string lines;
     if (!report.truncation.empty())
         lines += start + report.truncation + "; converted what is there\n";

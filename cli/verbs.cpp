@@ -42,7 +42,8 @@ CLI::Validator above_zero()
     return {check, "", "above zero"};
 }
 
-// What has been printed must have arrived; where nobody reads it any more there is nobody to tell.
+} // namespace
+
 void finish_printing()
 {
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
@@ -51,8 +52,6 @@ void finish_printing()
         throw ClosedPipe();
     throw FileError("standard output", errno);
 }
-
-} // namespace
 
 void add_info(CLI::App& app, int& status)
 {

@@ -13,4 +13,8 @@ void add_info(CLI::App& app, int& status);
 void add_response(CLI::App& app, int& status);
 void add_selftest(CLI::App& app, int& status);
 
+// What has been printed must have arrived, else throws FileError; where nobody reads it any more
+// there is nobody to tell, ClosedPipe.
+void finish_printing();
+
 #endif

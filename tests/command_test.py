@@ -34,7 +34,7 @@ ERRORS = r"""
 1 | secret.wav: Permission denied                     | secret.wav o.wav
 1 | fixed.wav: Permission denied                      | in.wav fixed.wav
 1 | closed/o.wav: Permission denied                   | in.wav closed/o.wav
-1 | no/o.wav: No such file or directory               | in.wav no/o.wav
+1 | no/o.wav: its folder does not exist; create it first  | in.wav no/o.wav
 1 | in.wav: output and input are the same file        | in.wav in.wav
 1 | link.wav: output and input are the same file      | in.wav link.wav
 1 | hard.wav: output and input are the same file      | in.wav hard.wav
@@ -63,6 +63,7 @@ ERRORS = r"""
 2 | .*--loud.*                                        | --loud in.wav o.wav
 2 | --engine: foo is not one of auto, iir, fir, device; .*  | --engine foo in.wav o.wav
 2 | .*--out-dir.*                                     | -j 2 in.wav o.wav
+2 | --gain: nan is not between -200 and 200; .*       | --gain nan in.wav o.wav
 2 | --raw: .*                                         | --raw 48000 in.wav o.wav
 2 | --raw: .*                                         | --raw 0,1 in.wav o.wav
 2 | --raw: .*                                         | --raw 8000,17 in.wav o.wav
@@ -423,10 +424,12 @@ class Command(unittest.TestCase):
             self.assertEqual(found[:2], (int(status), b""), arguments)
             self.assertRegex(found[2], f"^rsmpl: {message}\n$")
             self.assertEqual(self.state(), before, arguments)
-        for name, kind in ("in.flac", "FLAC"), ("in.caf", "CAF"), ("text.wav", "this"):
+        for name, kind in ("in.flac", "FLAC"), ("in.caf", "CAF"):
             self.assertIn(f"input: {kind} can't be read from a pipe, only plain WAV, AU and --raw; write",
                           run("-", "o.wav", stdin=read(name))[2])
-        self.assertIn("--safe reads the input twice",
+        for data in b"", read("text.wav"):
+            self.assertIn("input: no header of WAV or AU came", run("-", "o.wav", stdin=data)[2])
+        self.assertIn("input: --safe reads the input twice",
                       run("--safe", "--raw", "8000,1", "-", "o.wav", stdin=bytes(99))[2])
         good("16.wav", "o.wav"), good("--help"), good("--version")
         good("--format", "wav", "in.wav", "/dev/null")
@@ -456,10 +459,18 @@ class Command(unittest.TestCase):
                 done = subprocess.run([RSMPL, "in.wav", out], stdout=writer, stderr=subprocess.PIPE,
                                       preexec_fn=handled(signal.SIGPIPE, default))
                 self.assertEqual((done.returncode, done.stderr), (status, b""))
-        with open("/dev/full", "w") as full:
-            done = subprocess.run([RSMPL, "in.wav", "o.wav"], stdout=full, stderr=subprocess.PIPE)
-        self.assertEqual((done.returncode, done.stderr),
-                         (1, b"rsmpl: standard output: No space left on device\n"))
+        for arguments in ["in.wav", "o.wav"], ["--help"], ["info", "--help"]:
+            with open("/dev/full", "w") as full:
+                done = subprocess.run([RSMPL, *arguments], stdout=full, stderr=subprocess.PIPE)
+            self.assertEqual((done.returncode, done.stderr),
+                             (1, b"rsmpl: standard output: No space left on device\n"))
+
+    def test_no_file_takes_the_place_of_a_closed_descriptor(self):
+        os.mkfifo("1.au")
+        process = subprocess.Popen(["sh", "-c", 'exec "$@" <&- >&- 2>&-', "sh", RSMPL, "1.au", "o.wav"])
+        with open("1.au", "wb"):
+            links = [os.readlink(f"/proc/{process.pid}/fd/{number}") for number in range(3)]
+        self.assertEqual((process.wait(60), links), (1, 3 * ["/dev/null"]))
 
     def test_signals_leave_nothing_behind(self):
         # Conversions that wait for the rest of their pipes, one, or two beside one that is done.
