@@ -2,8 +2,10 @@
 
 #include "cli/sound_file.h"
 
+#include <climits>
 #include <cmath>
 #include <cstdio>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 Progress::Progress(bool wanted) : shown_(wanted && isatty(STDERR_FILENO) != 0) {}
@@ -31,14 +33,19 @@ void Progress::show(Clock::time_point now)
 {
     const double elapsed = std::chrono::duration<double>(now - began_).count();
     const std::lock_guard<std::mutex> lock(terminal());
+    char line[100];
     if (done_ > 0) {
         const long left = std::lround(elapsed * (1 - done_) / done_);
-        std::fprintf(stderr, "\r%3.0f %%, %.0f times real time, %ld:%02ld left\033[K", 100 * done_,
-                     seconds_ / elapsed, left / 60, left % 60);
+        std::snprintf(line, sizeof line, "%3.0f %%, %.0f times real time, %ld:%02ld left",
+                      100 * done_, seconds_ / elapsed, left / 60, left % 60);
     } else {
-        std::fprintf(stderr, "\r%.0f s of audio, %.0f times real time\033[K", seconds_,
-                     seconds_ / elapsed);
+        std::snprintf(line, sizeof line, "%.0f s of audio, %.0f times real time", seconds_,
+                      seconds_ / elapsed);
     }
+    winsize window{};
+    ioctl(STDERR_FILENO, TIOCGWINSZ, &window);
+    const int room = window.ws_col > 0 ? window.ws_col - 1 : INT_MAX; // a second line would stay
+    std::fprintf(stderr, "\r%.*s\033[K", room, line);
     visible_ = true;
 }
 

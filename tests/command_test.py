@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Runs the command, the first argument, as a user would, and the example of the second on raw
 samples."""
-import glob, json, os, pathlib, pty, signal, struct, subprocess, sys, tempfile, time, unittest
+import glob, json, os, pathlib, pty, signal, struct, subprocess, sys, tempfile, termios, time, unittest
 
 # Root without what makes root pass all permissions.
 if os.geteuid() == 0 and sys.argv[-1] != "bound":
@@ -498,7 +498,7 @@ class Command(unittest.TestCase):
     def test_progress_on_a_terminal_only(self):
         sf.write("in.wav", shorts(100), 48000), os.mkdir("out")
         start = header(64000, "au", rate=8000, coding=3)
-        seconds = rb"^(\r\d s of audio, \d times real time\x1b\[K)+\r\x1b\[K$"
+        seconds = rb"^(\r\d s of audio, \d tim\x1b\[K)+\r\x1b\[K$"  # in a window of 20 columns
         part = rb"^(\r \d\d %, \d times real time, 0:0\d left\x1b\[K)+\r\x1b\[K$"
         whole = rb"^(\r100 %, \d times real time, 0:00 left\x1b\[K)+\r\x1b\[K$"
         begun = [(self.begin(*arguments), wanted) for wanted, *arguments in (
@@ -520,6 +520,7 @@ class Command(unittest.TestCase):
     def begin(self, data, *arguments):
         """What has read some of its input, beside its terminal."""
         master, slave = pty.openpty()
+        termios.tcsetwinsize(slave, (24, 0 if data else 20))
         process = subprocess.Popen([RSMPL, *arguments], stdin=subprocess.PIPE, stderr=slave,
                                    stdout=subprocess.DEVNULL, bufsize=0)
         process.stdin.write(data + bytes(32000))
