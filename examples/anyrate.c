@@ -15,9 +15,12 @@ int main(void)
         fprintf(stderr, "%s\n", rsmpl_stream_message(status));
         return 1;
     }
-    for (size_t count; (count = fread(in, sizeof in[0], BLOCK, stdin)) > 0;)
-        fwrite(out, sizeof out[0], rsmpl_stream_run_short(stream, in, count, out), stdout);
-    fwrite(out, sizeof out[0], rsmpl_stream_finish_short(stream, out), stdout);
+    for (size_t count, made; (count = fread(in, sizeof in[0], BLOCK, stdin)) > 0;) {
+        made = rsmpl_stream_run_short(stream, in, count, out);
+        fwrite(out, sizeof out[0], made, stdout);
+    }
+    size_t rest = rsmpl_stream_finish_short(stream, out);
+    fwrite(out, sizeof out[0], rest, stdout);
     rsmpl_stream_close(stream);
     return 0;
 }
