@@ -83,7 +83,8 @@ template <typename Taps, bool Lack = true>
         for (std::size_t k = 0; k < groups * kParts; ++k) {
             const std::size_t g = k / kParts, part = k % kParts;
             const Floats tap = Taps::load(taps[g] + Taps::kStep * i, part);
-            const auto sample = load<Floats>(window + kFirLanes * (newest[g] - i) + part * kFloats);
+            const auto sample =
+                load<Floats>(window + kFirLanes * newest[g] - kFirLanes * i + part * kFloats);
             const auto sum = load<Floats>(sums + k * kFloats);
             const Floats more = multiply_add(tap, sample, sum);
             if constexpr (Lack)
