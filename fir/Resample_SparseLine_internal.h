@@ -55,10 +55,11 @@ public:
         const std::int64_t recent = std::clamp(recent_, first, end);
         const std::int64_t last = std::clamp(end_, recent, end);
         recall(first, old, scratch);
-        float* to = scratch + (old - first);
-        to = std::copy(past_ + (old - oldest_), past_ + (recent - oldest_), to);
-        to = std::copy(in_ + recent, in_ + last, to);
-        std::fill_n(to, end - last, 0.0F);
+        if (old < recent)
+            std::copy_n(past_ + (old - oldest_), recent - old, scratch + (old - first));
+        if (recent < last)
+            std::copy_n(in_ + recent, last - recent, scratch + (recent - first));
+        std::fill_n(scratch + (last - first), end - last, 0.0F);
         return scratch;
     }
 
