@@ -184,14 +184,17 @@ private:
     void deliver(float* out, uint64_t g, uint64_t count, uint64_t end) const
     {
         const uint64_t squares = lanes_.output[kLanes - 1] + count <= end ? count / kLanes : 0;
+        for (uint64_t s = 0; s < kLanes; ++s)
+            for (uint64_t i = squares * kLanes; i < count; ++i)
+                if (lanes_.output[s] + i < end)
+                    out[lanes_.output[s] + i] = sums_[(g + i) * kLanes + s];
+        if (squares == 0)
+            return;
         const float* from[kLanes];
         float* to[kLanes];
         for (uint64_t s = 0; s < kLanes; ++s) {
             from[s] = sums_ + (g + s) * kLanes;
             to[s] = out + lanes_.output[s];
-            for (uint64_t i = squares * kLanes; i < count; ++i)
-                if (lanes_.output[s] + i < end)
-                    to[s][i] = sums_[(g + i) * kLanes + s];
         }
         active_kernels().fir.turn(to, kLanes, from, kLanes * kLanes, squares);
     }
