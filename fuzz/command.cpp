@@ -44,14 +44,20 @@ struct Sound {
     std::vector<short> samples;
 };
 
-// 16-bit samples become what the stream makes of them by itself; here 1000 bytes, where they are
-// known before, are more than a WAV file can hold.
+std::int64_t outputs_of(std::int64_t frames, const rsmpl_stream_info& info)
+{
+    return (frames * info.up + info.down - 1) / info.down;
+}
+
+// 16-bit samples become what the stream makes of them by itself; here 1000 bytes, of as many frames
+// as the header promises, are more than a WAV file can hold.
 void check_samples(const Scratch& scratch, const Report& done, const Options& options)
 {
     const Sound out(scratch.out);
     check(out.info.frames == done.frames_out && out.info.samplerate == 16000);
-    check(((out.info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_RF64) ==
-          (2 * out.samples.size() > 1000 && Recording(scratch.in, options).frames() >= 0));
+    const std::int64_t promised = Recording(scratch.in, options).frames();
+    const std::int64_t bytes = 2 * done.stream.channels * outputs_of(promised, done.stream);
+    check(((out.info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_RF64) == (bytes > 1000));
     SF_INFO info{};
     const SoundFile file(sf_open(scratch.in.c_str(), SFM_READ, &info), sf_close);
     if ((info.format & SF_FORMAT_SUBMASK) != SF_FORMAT_PCM_16 || info.frames != done.frames_in ||
@@ -75,9 +81,8 @@ void check_samples(const Scratch& scratch, const Report& done, const Options& op
 
 void check_counts(const Report& done)
 {
-    const std::int64_t product = done.frames_in * done.stream.up;
     check(done.stream.channels >= 1 && done.stream.channels <= 16 && done.frames_in >= 1);
-    check(done.frames_out == (product + done.stream.down - 1) / done.stream.down);
+    check(done.frames_out == outputs_of(done.frames_in, done.stream));
     check(done.wrapped >= 0 && (done.wrapped == 0 || done.turn_down_db > 0));
 }
 
