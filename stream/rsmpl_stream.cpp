@@ -1,6 +1,6 @@
 // Whole groups of M frames go through each channel's filter, in pieces that the scratch buffers
 // hold: brought there channel by channel as floats, filtered, and taken from there in the caller's
-// format. Rows of floats need neither.  Frames that make no group yet wait in `pending`.
+// format.  Rows of floats need neither.  Frames that make no group yet wait in `pending`.
 #include "stream/rsmpl_stream.h"
 
 #include "convert/Resample_DatTypeConvert.h"
