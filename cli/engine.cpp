@@ -2,6 +2,7 @@
 
 #include "cli/device.h"
 #include "cli/file_error.h"
+#include "cli/rates.h"
 
 #include <cerrno>
 #include <new>
@@ -37,14 +38,13 @@ private:
     Stream stream_;
 };
 
-// Which rates, and what else could be tried.
+// Why they are refused, and what else could be tried.
 std::string rates_message(int in_rate, const Options& options)
 {
-    const std::string rates =
-        std::to_string(in_rate) + " to " + std::to_string(options.rate) + " Hz";
-    if (options.engine == Engine::kIir)
-        return "no stage serves " + rates + "; leave --engine out, or say --engine fir";
-    return rates + " reduces to a ratio with a number above 1024; choose another -r";
+    if (!is_served(in_rate, options.rate))
+        return why_not_served(in_rate, options.rate);
+    return "no stage serves " + conversion_name(in_rate, options.rate) +
+           "; leave --engine out, or say --engine fir";
 }
 
 rsmpl_engine engine_for(Engine engine)
@@ -66,9 +66,8 @@ std::unique_ptr<Resampler> open_resampler(const std::string& name, int channels,
 {
     const bool device = options.engine == Engine::kDevice;
     if (device && std::int64_t{options.rate} * 3 != in_rate)
-        throw FileError(name, "a device converts 3 to 1 only, not " + std::to_string(in_rate) +
-                                  " to " + std::to_string(options.rate) +
-                                  " Hz; leave --engine out");
+        throw FileError(name, "a device converts 3 to 1 only, not " +
+                                  conversion_name(in_rate, options.rate) + "; leave --engine out");
     rsmpl_stream* opened = nullptr;
     const rsmpl_stream_status status =
         rsmpl_stream_open(&opened, channels, in_rate, options.rate, engine_for(options.engine),

@@ -3,6 +3,7 @@
 #include "cli/families.h"
 #include "cli/measure.h"
 #include "cli/options.h"
+#include "cli/rates.h"
 #include "cli/recording.h"
 #include "cli/selftest.h"
 
@@ -11,7 +12,6 @@
 #include <cstdio>
 #include <memory>
 #include <nlohmann/json.hpp>
-#include <numeric>
 #include <stdexcept>
 #include <vector>
 
@@ -59,41 +59,12 @@ std::vector<Row> measure_stages()
     return rows;
 }
 
-bool is_served(int in_rate, int out_rate)
-{
-    const int divisor = std::gcd(in_rate, out_rate);
-    return divisor > 0 && std::max(in_rate, out_rate) / divisor <= RSMPL_STREAM_MOST_RATIO;
-}
-
-// The rate nearest to in_rate, within a fiftieth, from which out_rate is served; 0 without one.
-int nearest_served(int in_rate, int out_rate)
-{
-    for (int off = 1; off <= std::min(in_rate / 50, 4000); ++off)
-        for (const int rate : {in_rate - off, in_rate + off})
-            if (is_served(rate, out_rate))
-                return rate;
-    return 0;
-}
-
-std::string conversion_name(int in_rate, int out_rate)
-{
-    return std::to_string(in_rate) + " to " + std::to_string(out_rate) + " Hz";
-}
-
 void check_served(int in_rate, int out_rate)
 {
-    const std::string name = conversion_name(in_rate, out_rate);
     if (in_rate < 1 || out_rate < 1)
-        throw std::runtime_error(name + ": rates are from 1 Hz up");
-    if (is_served(in_rate, out_rate))
-        return;
-    const int divisor = std::gcd(in_rate, out_rate);
-    const int near = nearest_served(in_rate, out_rate);
-    throw std::runtime_error(
-        name + " is " + std::to_string(out_rate / divisor) + ":" +
-        std::to_string(in_rate / divisor) + ", and neither number may exceed " +
-        std::to_string(RSMPL_STREAM_MOST_RATIO) +
-        (near == 0 ? std::string() : "; " + conversion_name(near, out_rate) + " would be served"));
+        throw std::runtime_error(conversion_name(in_rate, out_rate) + ": rates are from 1 Hz up");
+    if (!is_served(in_rate, out_rate))
+        throw std::runtime_error(why_not_served(in_rate, out_rate));
 }
 
 // First the one that is taken when nothing else is asked for; none for a copy.

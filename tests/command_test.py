@@ -26,7 +26,8 @@ ERRORS = r"""
 1 | zero.wav: the sample rate is 0 Hz                 | zero.wav o.wav
 1 | negative.wav: the sample rate is 4294967291 Hz    | negative.wav o.wav
 1 | 4g.wav: the sample rate is 4000000000 Hz          | 4g.wav o.wav
-1 | prime.wav: 48017 to 16000 Hz reduces to a ratio with a number above 1024; .* | prime.wav o.wav
+1 | prime.wav: 48017 to 16000 Hz is 16000:48017, and neither number may exceed 1024; 480.. to 16000 Hz would be served | prime.wav o.wav
+1 | in.wav: 48000 to 44101 Hz is 44101:48000, and neither .*; 48000 to 44100 Hz would be served | --engine iir -r 44101 in.wav o.wav
 1 | 0.wav: there are 0 channels; 1 to 16 are accepted | 0.wav o.wav
 1 | 17.wav: there are 17 channels; 1 to 16 are .*     | 17.wav o.wav
 1 | dir: Is a directory                               | dir o.wav
