@@ -11,7 +11,8 @@ ln -s "$rsmpl" bin/rsmpl
 # Parallel's ssh: HOST COMMAND; or for its questions, HOST -- COMMAND.
 printf '#!/bin/sh\necho "$1" >>"%s/asked"\nshift\n[ "$1" != -- ] || shift\nexec sh -c "$*"\n' "$scratch" >bin/ssh
 chmod +x bin/ssh
-export PATH=$scratch/bin:$PATH PARALLEL_SSH=$scratch/bin/ssh HOME=$scratch PARALLEL=--will-cite
+# A login sets SHELL, a CI may not; Parallel then loses what jobs exit with.
+export SHELL=/bin/sh PATH=$scratch/bin:$PATH PARALLEL_SSH=$scratch/bin/ssh HOME=$scratch PARALLEL=--will-cite
 printf 'one\ntwo\n' >hosts
 
 fail() { echo "FAILED: $*"; cat "$scratch"/{said,log} || true; exit 1; }
