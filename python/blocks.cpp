@@ -1,0 +1,172 @@
+#include "python/blocks.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <type_traits>
+#include <vector>
+
+using std::size_t;
+
+namespace
+{
+
+// A device's block of 20 ms.  A stage rounds its memory between calls, and so gives a device's
+// samples.
+constexpr size_t kDeviceBlock = 960;
+
+// Frames of the faster side that FIR takes at once: its results are the same however a stream is
+// split, and each call reads all of the taps.
+constexpr size_t kLongBlock = 16384;
+
+// What goes through the stream.
+template <typename Sample>
+using Native = std::conditional_t<std::is_same_v<Sample, short>, short, float>;
+
+size_t run(rsmpl_stream* stream, const float* in, size_t frames, float* out)
+{
+    return rsmpl_stream_run_float(stream, in, frames, out);
+}
+size_t run(rsmpl_stream* stream, const short* in, size_t frames, short* out)
+{
+    return rsmpl_stream_run_short(stream, in, frames, out);
+}
+size_t finish(rsmpl_stream* stream, float* out)
+{
+    return rsmpl_stream_finish_float(stream, out);
+}
+size_t finish(rsmpl_stream* stream, short* out)
+{
+    return rsmpl_stream_finish_short(stream, out);
+}
+
+// In double, which holds both limits; every float beyond them is a step of its own away.
+int round(float sample, std::uint64_t& clipped)
+{
+    const double x = sample;
+    if (x >= INT_MIN && x <= INT_MAX)
+        return static_cast<int>(x + std::copysign(0.5, x));
+    if (std::isnan(x))
+        return 0;
+    ++clipped;
+    return x < 0 ? INT_MIN : INT_MAX;
+}
+
+// A caller's signal, and a block of it that is not interleaved, or not in the stream's type.
+template <typename Sample> struct Signal {
+    Sample* data;
+    std::ptrdiff_t frame, channel;
+    size_t channels;
+    std::vector<Native<Sample>> block;
+
+    Signal(const rsmpl_signal& from, size_t channel_count)
+        : data(static_cast<Sample*>(from.data)), frame(from.frame), channel(from.channel),
+          channels(channel_count)
+    {
+    }
+
+    // Where frame `first` lies if the stream can use it there; otherwise null.
+    Native<Sample>* direct(size_t first) const
+    {
+        if constexpr (std::is_same_v<Sample, Native<Sample>>)
+            if (frame == static_cast<std::ptrdiff_t>(channels) && (channels == 1 || channel == 1))
+                return data + first * channels;
+        return nullptr;
+    }
+
+    Sample* sample(size_t f, size_t c) const
+    {
+        return data + static_cast<std::ptrdiff_t>(f) * frame +
+               static_cast<std::ptrdiff_t>(c) * channel;
+    }
+
+    const Native<Sample>* bring(size_t first, size_t count)
+    {
+        if (direct(first) != nullptr)
+            return direct(first);
+        block.resize(count * channels);
+        for (size_t c = 0; c < channels; ++c) {
+            const Sample* from = sample(first, c);
+            for (size_t i = c; i < block.size(); i += channels, from += frame)
+                block[i] = static_cast<Native<Sample>>(*from);
+        }
+        return block.data();
+    }
+
+    // Has write(where) make so many frames, for this signal from `first` on.
+    template <typename Write>
+    size_t take(size_t first, size_t count, std::uint64_t& clipped, const Write& write)
+    {
+        if (direct(first) != nullptr)
+            return write(direct(first));
+        block.resize(count * channels);
+        write(block.data());
+        for (size_t c = 0; c < channels; ++c) {
+            Sample* to = sample(first, c);
+            for (size_t i = c; i < block.size(); i += channels, to += frame) {
+                if constexpr (std::is_same_v<Sample, int>)
+                    *to = round(block[i], clipped);
+                else
+                    *to = static_cast<Sample>(block[i]);
+            }
+        }
+        return count;
+    }
+};
+
+size_t block_length(const rsmpl_stream_info& info)
+{
+    const auto up = static_cast<size_t>(info.up);
+    const auto down = static_cast<size_t>(info.down);
+    return info.taps == 0 ? kDeviceBlock
+                          : std::max<size_t>(kLongBlock * down / std::max(up, down), 1);
+}
+
+template <typename Sample>
+void convert(rsmpl_stream* stream, const rsmpl_signal& from, size_t frames, const rsmpl_signal& to,
+             bool last, std::uint64_t& clipped)
+{
+    rsmpl_stream_info info;
+    rsmpl_stream_describe(stream, &info);
+    Signal<Sample> in(from, static_cast<size_t>(info.channels));
+    Signal<Sample> out(to, in.channels);
+    const size_t block = block_length(info);
+    size_t done = 0;
+    for (size_t first = 0; first < frames; first += block) {
+        const size_t count = std::min(block, frames - first);
+        const Native<Sample>* const samples = in.bring(first, count);
+        done += out.take(done, rsmpl_stream_outputs(stream, count), clipped,
+                         [&](auto* where) { return run(stream, samples, count, where); });
+    }
+    if (last)
+        out.take(done, rsmpl_stream_tail(stream), clipped,
+                 [&](auto* where) { return finish(stream, where); });
+}
+
+} // namespace
+
+int rsmpl_blocks(rsmpl_stream* stream, rsmpl_sample type, const rsmpl_signal* in, size_t frames,
+                 const rsmpl_signal* out, int last, std::uint64_t* clipped)
+{
+    static constexpr decltype(&convert<float>) kOfType[] = {convert<short>, convert<int>,
+                                                            convert<float>, convert<double>};
+    try {
+        kOfType[type](stream, *in, frames, *out, last != 0, *clipped);
+        return 0;
+    } catch (const std::bad_alloc&) {
+        return 1;
+    }
+}
+
+void rsmpl_smooth(const short* in, size_t frames, size_t channels, double a, double b,
+                  double* memory, short* out)
+{
+    for (size_t i = 0; i < frames * channels; ++i) {
+        double& y = memory[i % channels];
+        y = (a * in[i] + b * y) / (a + b);
+        out[i] = static_cast<short>(std::lround(y));
+    }
+}
