@@ -56,7 +56,8 @@ int round(float sample, std::uint64_t& clipped)
 }
 
 // A caller's signal, and a block of it that is not interleaved, or not in the stream's type.
-template <typename Sample> struct Signal {
+template <typename Sample>
+struct Signal {
     Sample* data;
     std::ptrdiff_t frame, channel;
     size_t channels;

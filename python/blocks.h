@@ -24,15 +24,15 @@ typedef struct rsmpl_signal {
 } rsmpl_signal;
 
 /* Takes `frames` frames through the stream, in blocks of 960 where their length shows, in longer
- * ones where it does not; with `last` also ends it.  out receives what the stream delivers then, and
- * has room for it.  All but 16-bit samples go as floats; 32-bit ones are rounded to nearest, halves
- * away from zero, clipped at the limits, which *clipped counts, and 0 for NaN.  Returns 0; or 1 when
- * memory is short, the stream then being somewhere between. */
+ * ones where it does not; with `last` also ends it.  out receives what the stream delivers then,
+ * and has room for it.  All but 16-bit samples go as floats; 32-bit ones are rounded to nearest,
+ * halves away from zero, clipped at the limits, which *clipped counts, and 0 for NaN.  Returns 0;
+ * or 1 when memory is short, the stream then being somewhere between. */
 int rsmpl_blocks(rsmpl_stream* stream, rsmpl_sample type, const rsmpl_signal* in, size_t frames,
                  const rsmpl_signal* out, int last, uint64_t* clipped);
 
-/* y[n] = (a x[n] + b y[n-1]) / (a + b) for each of so many interleaved channels, rounded to nearest;
- * a > 0, b >= 0.  memory[c] is y[n-1], not rounded.  out == in is allowed. */
+/* y[n] = (a x[n] + b y[n-1]) / (a + b) for each of so many interleaved channels, rounded to
+ * nearest; a > 0, b >= 0.  memory[c] is y[n-1], not rounded.  out == in is allowed. */
 void rsmpl_smooth(const short* in, size_t frames, size_t channels, double a, double b,
                   double* memory, short* out);
 

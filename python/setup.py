@@ -50,7 +50,7 @@ class CarryLibrary(sdist):
             for source in LIBRARY.glob(pattern):
                 target = pathlib.Path(base_dir, CARRIED.name, source.relative_to(LIBRARY))
                 target.parent.mkdir(parents=True, exist_ok=True)
-                shutil.copy(source, target)
+                shutil.copy2(source, target)
 
 
 setuptools.setup(

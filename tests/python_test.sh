@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Builds the Python package, installs its wheel and its sdist, each into an environment of its own,
+# offline, and tests what is installed.  A second run takes over what the first has compiled.
+set -euo pipefail
+source_dir=$1 build_dir=$2 out=$2/python
+mkdir -p "$out"
+cd "$out"
+rm -f rsmpl-*
+"$source_dir/python/build" "$out" >build.log 2>&1 || { cat build.log; exit 1; }
+[ "$(echo rsmpl-*.whl)" = "$(basename rsmpl-*.tar.gz .tar.gz)-cp39-abi3-linux_$(uname -m).whl" ]
+
+install() { # VENV, what pip takes
+    [ -x "$1/bin/pip" ] || /usr/bin/python3 -m venv --system-site-packages "$1"
+    "$1/bin/pip" uninstall -qy rsmpl 2>/dev/null || true
+    "$1/bin/pip" install -q --no-index "${@:2}"
+}
+install venv rsmpl-*.whl
+package=$(echo "$PWD"/venv/lib/python3*/site-packages/rsmpl)
+
+# The module exports its start alone, and uses the limited interface only.
+module=$package/_native.abi3.so
+[ "$(nm -D --defined-only "$module" | cut -d' ' -f3)" = PyInit__native ]
+if nm -D --undefined-only "$module" | grep ' _Py' | grep -vE '_Py_(Dealloc|NoneStruct)$'; then exit 1; fi
+
+venv/bin/python -m pytest -q -p no:cacheprovider --rootdir "$out" --doctest-modules "$package" \
+    "$source_dir/tests/python_test.py"
+/usr/bin/mypy --strict --cache-dir "$out/mypy" --python-executable venv/bin/python -p rsmpl
+
+mkdir -p sdist
+find sdist -path '*/library/build' -prune -o -type f -print0 | xargs -0r rm # but for what it compiled
+tar -xzf rsmpl-*.tar.gz -C sdist
+install sdist/venv --no-build-isolation ./sdist/rsmpl-*/
+sdist/venv/bin/python -c 'import rsmpl; print(rsmpl.Stream(48000, 16000))'
