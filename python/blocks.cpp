@@ -127,8 +127,8 @@ size_t block_length(const rsmpl_stream_info& info)
 }
 
 template <typename Sample>
-void convert(rsmpl_stream* stream, const rsmpl_signal& from, size_t frames, const rsmpl_signal& to,
-             bool last, std::uint64_t& clipped)
+void convert(rsmpl_stream* stream, rsmpl_tally& tally, const rsmpl_signal& from, size_t frames,
+             const rsmpl_signal& to, bool last)
 {
     rsmpl_stream_info info;
     rsmpl_stream_describe(stream, &info);
@@ -139,25 +139,33 @@ void convert(rsmpl_stream* stream, const rsmpl_signal& from, size_t frames, cons
     for (size_t first = 0; first < frames; first += block) {
         const size_t count = std::min(block, frames - first);
         const Native<Sample>* const samples = in.bring(first, count);
-        done += out.take(done, rsmpl_stream_outputs(stream, count), clipped,
+        done += out.take(done, rsmpl_stream_outputs(stream, count), tally.clipped,
                          [&](auto* where) { return run(stream, samples, count, where); });
     }
     if (last)
-        out.take(done, rsmpl_stream_tail(stream), clipped,
+        out.take(done, rsmpl_stream_tail(stream), tally.clipped,
                  [&](auto* where) { return finish(stream, where); });
+    tally.waiting = last ? 0 : (tally.waiting + frames) % static_cast<size_t>(info.down);
 }
 
 } // namespace
 
-int rsmpl_blocks(rsmpl_stream* stream, rsmpl_sample type, const rsmpl_signal* in, size_t frames,
-                 const rsmpl_signal* out, int last, std::uint64_t* clipped)
+void rsmpl_blocks_reset(rsmpl_stream* stream, rsmpl_tally* tally)
+{
+    rsmpl_stream_reset(stream);
+    *tally = {};
+}
+
+int rsmpl_blocks_run(rsmpl_stream* stream, rsmpl_tally* tally, rsmpl_sample type,
+                     const rsmpl_signal* in, size_t frames, const rsmpl_signal* out, int last)
 {
     static constexpr decltype(&convert<float>) kOfType[] = {convert<short>, convert<int>,
                                                             convert<float>, convert<double>};
     try {
-        kOfType[type](stream, *in, frames, *out, last != 0, *clipped);
+        kOfType[type](stream, *tally, *in, frames, *out, last != 0);
         return 0;
     } catch (const std::bad_alloc&) {
+        rsmpl_blocks_reset(stream, tally);
         return 1;
     }
 }

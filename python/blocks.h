@@ -23,13 +23,23 @@ typedef struct rsmpl_signal {
     ptrdiff_t frame, channel;
 } rsmpl_signal;
 
+/* What goes on from call to call.  Python may be interrupted between any two calls, so it is these
+ * that keep it. */
+typedef struct rsmpl_tally {
+    size_t waiting;   /* frames that make no group of M yet */
+    uint64_t clipped; /* 32-bit samples clipped; those of 16 bits are the stream's */
+} rsmpl_tally;
+
+/* Stream and tally as just opened. */
+void rsmpl_blocks_reset(rsmpl_stream* stream, rsmpl_tally* tally);
+
 /* Takes `frames` frames through the stream, in blocks of 960 where their length shows, in longer
  * ones where it does not; with `last` also ends it.  out receives what the stream delivers then,
  * and has room for it.  All but 16-bit samples go as floats; 32-bit ones are rounded to nearest,
- * halves away from zero, clipped at the limits, which *clipped counts, and 0 for NaN.  Returns 0;
- * or 1 when memory is short, the stream then being somewhere between. */
-int rsmpl_blocks(rsmpl_stream* stream, rsmpl_sample type, const rsmpl_signal* in, size_t frames,
-                 const rsmpl_signal* out, int last, uint64_t* clipped);
+ * halves away from zero, clipped at the limits, and 0 for NaN.  Returns 0; or 1 when memory is
+ * short, both then being reset. */
+int rsmpl_blocks_run(rsmpl_stream* stream, rsmpl_tally* tally, rsmpl_sample type,
+                     const rsmpl_signal* in, size_t frames, const rsmpl_signal* out, int last);
 
 /* y[n] = (a x[n] + b y[n-1]) / (a + b) for each of so many interleaved channels, rounded to
  * nearest; a > 0, b >= 0.  memory[c] is y[n-1], not rounded.  out == in is allowed. */

@@ -19,7 +19,6 @@ typedef struct { rsmpl_engine engine; int in_rate, out_rate, up, down; ...; } rs
 rsmpl_stream_status rsmpl_stream_open(rsmpl_stream** stream, int channels, int in_rate,
                                       int out_rate, rsmpl_engine engine, unsigned flags);
 void rsmpl_stream_close(rsmpl_stream* stream);
-void rsmpl_stream_reset(rsmpl_stream* stream);
 double rsmpl_stream_delay(const rsmpl_stream* stream);
 uint64_t rsmpl_stream_clipped(const rsmpl_stream* stream);
 void rsmpl_stream_describe(const rsmpl_stream* stream, rsmpl_stream_info* info);
@@ -27,8 +26,10 @@ const char* rsmpl_stream_message(rsmpl_stream_status status);
 
 typedef enum { RSMPL_INT16, RSMPL_INT32, RSMPL_FLOAT32, RSMPL_FLOAT64 } rsmpl_sample;
 typedef struct { void* data; ptrdiff_t frame, channel; } rsmpl_signal;
-int rsmpl_blocks(rsmpl_stream* stream, rsmpl_sample type, const rsmpl_signal* in, size_t frames,
-                 const rsmpl_signal* out, int last, uint64_t* clipped);
+typedef struct { size_t waiting; uint64_t clipped; } rsmpl_tally;
+void rsmpl_blocks_reset(rsmpl_stream* stream, rsmpl_tally* tally);
+int rsmpl_blocks_run(rsmpl_stream* stream, rsmpl_tally* tally, rsmpl_sample type,
+                     const rsmpl_signal* in, size_t frames, const rsmpl_signal* out, int last);
 void rsmpl_smooth(const short* in, size_t frames, size_t channels, double a, double b,
                   double* memory, short* out);
 

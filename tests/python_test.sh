@@ -24,10 +24,10 @@ if nm -D --undefined-only "$module" | grep ' _Py' | grep -vE '_Py_(Dealloc|NoneS
 
 venv/bin/python -m pytest -q -p no:cacheprovider --rootdir "$out" --doctest-modules "$package" \
     "$source_dir/tests/python_test.py"
-/usr/bin/mypy --strict --cache-dir "$out/mypy" --python-executable venv/bin/python -p rsmpl
+/usr/bin/mypy --strict --python-version 3.9 --cache-dir "$out/mypy" --python-executable venv/bin/python -p rsmpl
 
 mkdir -p sdist
 find sdist -path '*/library/build' -prune -o -type f -print0 | xargs -0r rm # but for what it compiled
 tar -xzf rsmpl-*.tar.gz -C sdist
-install sdist/venv --no-build-isolation ./sdist/rsmpl-*/
-sdist/venv/bin/python -c 'import rsmpl; print(rsmpl.Stream(48000, 16000))'
+install from_sdist --no-build-isolation ./sdist/rsmpl-*/
+from_sdist/bin/python -c 'import rsmpl; print(rsmpl.Stream(48000, 16000))'

@@ -56,7 +56,7 @@ class Resampler:
                              f"{max(in_rate // out_rate, 1) * out_rate} is")
         self._frames_out = block // (in_rate // out_rate)
         self._frames_in = self._frames_out * (in_rate // out_rate)
-        self._name = f"{in_rate} to {out_rate} Hz, {channels} channels, blocks of {block}"
+        self._name = f"{in_rate} to {out_rate} Hz, {_errors.channels(self._channels)}, blocks of {block}"
         self._lock = threading.Lock()
         handle = lib.resample_init(self._channels, in_rate, out_rate, block)
         if handle == ffi.NULL:

@@ -21,6 +21,10 @@ def whole(name: str, value: Any, least: int, most: int) -> int:
     return number
 
 
+def channels(count: int) -> str:
+    return f"{count} channel{'s' * (count != 1)}"
+
+
 def choice(name: str, value: Any, choices: dict[str, int]) -> int:
     """What `choices` has for `value`."""
     if value not in choices:

@@ -22,7 +22,7 @@ class Conversion:
         self.smoothed = ffi.new("double[]", nchannels)  # the last output of the input filter
 
     def __repr__(self) -> str:
-        return f"<{self.given[1]} to {self.given[2]} Hz, {self.given[0]} channels>"
+        return f"<{self.given[1]} to {self.given[2]} Hz, {_errors.channels(self.given[0])}>"
 
 
 State = Tuple[Conversion, int]

@@ -6,7 +6,7 @@ import numpy as np
 import numpy.typing as npt
 
 from rsmpl import _signal
-from rsmpl._native import lib
+from rsmpl._native import ffi, lib
 
 
 def resample(x: npt.ArrayLike, in_rate: int, out_rate: int, engine: str = "auto",
@@ -60,12 +60,7 @@ def resample(x: npt.ArrayLike, in_rate: int, out_rate: int, engine: str = "auto"
     (2, 160)
     """
     signal = _signal.as_signal(x)
-    along = np.swapaxes(signal, 0, axis)
-    stream = _signal.open_stream(_signal.channels_of(along.shape), in_rate, out_rate, engine,
-                                 lib.RSMPL_STREAM_ALIGNED)
-    info = _signal.describe(stream)
-    shape = list(signal.shape)
-    shape[axis] = _signal.outputs(len(along), info.up, info.down, True)
-    y = np.empty(shape, signal.dtype)
-    _signal.convert(stream, along, np.swapaxes(y, 0, axis), True)
+    channels = _signal.channels_of(np.swapaxes(signal, 0, axis).shape)
+    stream = _signal.open_stream(channels, in_rate, out_rate, engine, lib.RSMPL_STREAM_ALIGNED)
+    y = _signal.convert(stream, ffi.new("rsmpl_tally*"), signal, axis, True)
     return y.astype(getattr(x, "dtype", y.dtype), copy=False)

@@ -69,19 +69,19 @@ def channels_of(shape: Tuple[int, ...]) -> int:
     return channels
 
 
-def outputs(frames: int, up: int, down: int, last: bool) -> int:
-    """What a stream without alignment has delivered after so many frames."""
-    return -(-frames * up // down) if last else frames // down * up
-
-
-def convert(stream: Any, x: Array, y: Array, last: bool) -> int:
-    """Takes `x` through the stream, all of it in one call, to `y`, which has the room that it needs;
-    time comes first in both.  Returns how many 32-bit samples were clipped."""
-    clipped = ffi.new("uint64_t*")
-    if lib.rsmpl_blocks(stream, SAMPLES[x.dtype.name], _view(x), len(x), _view(y), last, clipped):
-        lib.rsmpl_stream_reset(stream)
+def convert(stream: Any, tally: Any, x: Array, axis: int, last: bool) -> Array:
+    """Takes all of `x`, with time along `axis`, through the stream, in one call.  With `last` the
+    signal ends; of a stream that is aligned, it is all of it."""
+    info = describe(stream)
+    along = np.swapaxes(x, 0, axis)
+    frames = tally.waiting + len(along)
+    shape = list(x.shape)
+    shape[axis] = -(-frames * info.up // info.down) if last else frames // info.down * info.up
+    y = np.empty(shape, x.dtype)
+    if lib.rsmpl_blocks_run(stream, tally, SAMPLES[x.dtype.name], _view(along), len(along),
+                            _view(np.swapaxes(y, 0, axis)), last):
         raise MemoryError("not enough memory to convert; the stream is reset")
-    return int(clipped[0])
+    return y
 
 
 def _view(array: Array) -> Any:

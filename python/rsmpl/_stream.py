@@ -7,7 +7,7 @@ import numpy as np
 import numpy.typing as npt
 
 from rsmpl import _errors, _signal
-from rsmpl._native import lib
+from rsmpl._native import ffi, lib
 
 
 class Stream:
@@ -53,8 +53,7 @@ class Stream:
         self._stream = _signal.open_stream(self._channels, in_rate, out_rate, engine, 0)
         self._info = _signal.describe(self._stream)
         self._lock = threading.Lock()
-        self._waiting = 0  # frames that make no group yet
-        self._clipped = 0  # of int32; the stream counts those of int16
+        self._tally = ffi.new("rsmpl_tally*")
 
     def process(self, x: npt.ArrayLike, last: bool = False) -> npt.NDArray[Any]:
         """Take a block and return what is ready.
@@ -80,15 +79,7 @@ class Stream:
         """
         block = self._checked(x)
         with self._lock:
-            frames = self._waiting + len(block)
-            shape = list(block.shape)
-            shape[0] = _signal.outputs(frames, self.up, self.down, last)
-            y = np.empty(shape, self._dtype)
-            self._waiting = 0  # as after a failure
-            self._clipped += _signal.convert(self._stream, block, y, last)
-            if not last:
-                self._waiting = frames % self.down
-        return y
+            return _signal.convert(self._stream, self._tally, block, 0, last)
 
     def _checked(self, x: npt.ArrayLike) -> npt.NDArray[Any]:
         if isinstance(x, (list, tuple)) and len(x) == 0:
@@ -99,15 +90,15 @@ class Stream:
                             f"of {block.dtype.name}, or convert the samples")
         channels = block.shape[1] if block.ndim == 2 else 1
         if channels != self._channels:
-            raise ValueError(f"shape {block.shape} given to a stream of {self._channels} channels; "
+            raise ValueError(f"shape {block.shape} given to a stream of "
+                             f"{_errors.channels(self._channels)}; "
                              f"(frames, {self._channels}) is accepted")
         return block
 
     def reset(self) -> None:
         """As just opened: silence before, nothing waiting, `clipped` 0."""
         with self._lock:
-            lib.rsmpl_stream_reset(self._stream)
-            self._waiting = self._clipped = 0
+            lib.rsmpl_blocks_reset(self._stream, self._tally)
 
     @property
     def delay(self) -> float:
@@ -121,7 +112,7 @@ class Stream:
     def clipped(self) -> int:
         """Samples of an integer dtype that were clipped since opening or reset."""
         with self._lock:
-            return int(lib.rsmpl_stream_clipped(self._stream)) + self._clipped
+            return int(lib.rsmpl_stream_clipped(self._stream) + self._tally.clipped)
 
     @property
     def in_rate(self) -> int:
@@ -160,6 +151,6 @@ class Stream:
         return int(self._info.down)
 
     def __repr__(self) -> str:
-        return (f"<rsmpl.Stream: {self.in_rate} to {self.out_rate} Hz, {self._channels} "
-                f"channel{'s' * (self._channels > 1)} of {self._dtype.name}, {self.engine} "
+        return (f"<rsmpl.Stream: {self.in_rate} to {self.out_rate} Hz, "
+                f"{_errors.channels(self._channels)} of {self._dtype.name}, {self.engine} "
                 f"{self.up}/{self.down}, delay {self.delay:.3g} frames>")
