@@ -20,27 +20,27 @@ constexpr size_t kDeviceBlock = 960;
 
 // Frames of the faster side that FIR takes at once: its results are the same however a stream is
 // split, and each call reads all of the taps.
-constexpr size_t kLongBlock = 16384;
+constexpr size_t kLongBlock = 65536;
 
 // What goes through the stream.
 template <typename Sample>
 using Native = std::conditional_t<std::is_same_v<Sample, short>, short, float>;
 
-size_t run(rsmpl_stream* stream, const float* in, size_t frames, float* out)
+void run(rsmpl_stream* stream, const float* in, size_t frames, float* out)
 {
-    return rsmpl_stream_run_float(stream, in, frames, out);
+    rsmpl_stream_run_float(stream, in, frames, out);
 }
-size_t run(rsmpl_stream* stream, const short* in, size_t frames, short* out)
+void run(rsmpl_stream* stream, const short* in, size_t frames, short* out)
 {
-    return rsmpl_stream_run_short(stream, in, frames, out);
+    rsmpl_stream_run_short(stream, in, frames, out);
 }
-size_t finish(rsmpl_stream* stream, float* out)
+void finish(rsmpl_stream* stream, float* out)
 {
-    return rsmpl_stream_finish_float(stream, out);
+    rsmpl_stream_finish_float(stream, out);
 }
-size_t finish(rsmpl_stream* stream, short* out)
+void finish(rsmpl_stream* stream, short* out)
 {
-    return rsmpl_stream_finish_short(stream, out);
+    rsmpl_stream_finish_short(stream, out);
 }
 
 // In double, which holds both limits; every float beyond them is a step of its own away.
@@ -55,17 +55,30 @@ int round(float sample, std::uint64_t& clipped)
     return x < 0 ? INT_MIN : INT_MAX;
 }
 
-// A caller's signal, and a block of it that is not interleaved, or not in the stream's type.
+// What the stream makes, as a caller's sample.
+template <typename Sample>
+Sample back(Native<Sample> made, std::uint64_t& clipped)
+{
+    if constexpr (std::is_same_v<Sample, int>)
+        return round(made, clipped);
+    else
+        return static_cast<Sample>(made);
+}
+
+// A caller's signal, and a block of it for where it is not interleaved, or not in the stream's
+// type.
 template <typename Sample>
 struct Signal {
     Sample* data;
     std::ptrdiff_t frame, channel;
     size_t channels;
+    bool interleaved;
     std::vector<Native<Sample>> block;
 
     Signal(const rsmpl_signal& from, size_t channel_count)
         : data(static_cast<Sample*>(from.data)), frame(from.frame), channel(from.channel),
-          channels(channel_count)
+          channels(channel_count), interleaved(frame == static_cast<std::ptrdiff_t>(channels) &&
+                                               (channels == 1 || channel == 1))
     {
     }
 
@@ -73,48 +86,50 @@ struct Signal {
     Native<Sample>* direct(size_t first) const
     {
         if constexpr (std::is_same_v<Sample, Native<Sample>>)
-            if (frame == static_cast<std::ptrdiff_t>(channels) && (channels == 1 || channel == 1))
-                return data + first * channels;
+            return interleaved ? data + first * channels : nullptr;
         return nullptr;
     }
 
-    Sample* sample(size_t f, size_t c) const
+    // each(sample, its place in the block), with a loop of its own for what is interleaved, which
+    // vectorises.
+    template <typename Each>
+    void for_each(size_t first, size_t count, const Each& each)
     {
-        return data + static_cast<std::ptrdiff_t>(f) * frame +
-               static_cast<std::ptrdiff_t>(c) * channel;
+        block.resize(count * channels);
+        Native<Sample>* const to = block.data();
+        Sample* const from = data + static_cast<std::ptrdiff_t>(first) * frame;
+        for (size_t i = 0; interleaved && i < block.size(); ++i)
+            each(from[i], to[i]);
+        for (size_t c = 0; !interleaved && c < channels; ++c) {
+            Sample* sample = from + static_cast<std::ptrdiff_t>(c) * channel;
+            for (size_t i = c; i < block.size(); i += channels, sample += frame)
+                each(*sample, to[i]);
+        }
     }
 
     const Native<Sample>* bring(size_t first, size_t count)
     {
         if (direct(first) != nullptr)
             return direct(first);
-        block.resize(count * channels);
-        for (size_t c = 0; c < channels; ++c) {
-            const Sample* from = sample(first, c);
-            for (size_t i = c; i < block.size(); i += channels, from += frame)
-                block[i] = static_cast<Native<Sample>>(*from);
-        }
+        for_each(first, count, [](const Sample& sample, Native<Sample>& place) {
+            place = static_cast<Native<Sample>>(sample);
+        });
         return block.data();
     }
 
     // Has write(where) make so many frames, for this signal from `first` on.
     template <typename Write>
-    size_t take(size_t first, size_t count, std::uint64_t& clipped, const Write& write)
+    void take(size_t first, size_t count, std::uint64_t& clipped, const Write& write)
     {
-        if (direct(first) != nullptr)
-            return write(direct(first));
+        if (direct(first) != nullptr) {
+            write(direct(first));
+            return;
+        }
         block.resize(count * channels);
         write(block.data());
-        for (size_t c = 0; c < channels; ++c) {
-            Sample* to = sample(first, c);
-            for (size_t i = c; i < block.size(); i += channels, to += frame) {
-                if constexpr (std::is_same_v<Sample, int>)
-                    *to = round(block[i], clipped);
-                else
-                    *to = static_cast<Sample>(block[i]);
-            }
-        }
-        return count;
+        for_each(first, count, [&](Sample& sample, const Native<Sample>& made) {
+            sample = back<Sample>(made, clipped);
+        });
     }
 };
 
@@ -139,12 +154,14 @@ void convert(rsmpl_stream* stream, rsmpl_tally& tally, const rsmpl_signal& from,
     for (size_t first = 0; first < frames; first += block) {
         const size_t count = std::min(block, frames - first);
         const Native<Sample>* const samples = in.bring(first, count);
-        done += out.take(done, rsmpl_stream_outputs(stream, count), tally.clipped,
-                         [&](auto* where) { return run(stream, samples, count, where); });
+        const size_t made = rsmpl_stream_outputs(stream, count);
+        out.take(done, made, tally.clipped,
+                 [&](auto* where) { run(stream, samples, count, where); });
+        done += made;
     }
     if (last)
         out.take(done, rsmpl_stream_tail(stream), tally.clipped,
-                 [&](auto* where) { return finish(stream, where); });
+                 [&](auto* where) { finish(stream, where); });
     tally.waiting = last ? 0 : (tally.waiting + frames) % static_cast<size_t>(info.down);
 }
 

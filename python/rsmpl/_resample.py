@@ -62,5 +62,5 @@ def resample(x: npt.ArrayLike, in_rate: int, out_rate: int, engine: str = "auto"
     signal = _signal.as_signal(x)
     channels = _signal.channels_of(np.swapaxes(signal, 0, axis).shape)
     stream = _signal.open_stream(channels, in_rate, out_rate, engine, lib.RSMPL_STREAM_ALIGNED)
-    y = _signal.convert(stream, ffi.new("rsmpl_tally*"), signal, axis, True)
+    y = _signal.convert(stream, _signal.describe(stream), ffi.new("rsmpl_tally*"), signal, axis, True)
     return y.astype(getattr(x, "dtype", y.dtype), copy=False)

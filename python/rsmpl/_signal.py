@@ -11,8 +11,9 @@ from rsmpl._native import ffi, lib
 
 Array = npt.NDArray[Any]
 
-SAMPLES: dict[str, int] = {"int16": lib.RSMPL_INT16, "int32": lib.RSMPL_INT32,
-                           "float32": lib.RSMPL_FLOAT32, "float64": lib.RSMPL_FLOAT64}
+SAMPLES: dict[np.dtype[Any], int] = {
+    np.dtype(np.int16): lib.RSMPL_INT16, np.dtype(np.int32): lib.RSMPL_INT32,
+    np.dtype(np.float32): lib.RSMPL_FLOAT32, np.dtype(np.float64): lib.RSMPL_FLOAT64}
 ENGINES: dict[str, int] = {"auto": lib.RSMPL_ENGINE_AUTO, "iir": lib.RSMPL_ENGINE_IIR,
                            "fir": lib.RSMPL_ENGINE_FIR}
 
@@ -42,12 +43,13 @@ def describe(stream: Any) -> Any:
 def checked_dtype(dtype: npt.DTypeLike) -> np.dtype[Any]:
     """`dtype` in the machine's byte order if it is one of those served."""
     native = np.dtype(dtype).newbyteorder("=")
-    if native.name in SAMPLES:
+    if native in SAMPLES:
         return native
-    wider = [name for name in SAMPLES if np.can_cast(native, name)]
+    wider = [kind.name for kind in SAMPLES if np.can_cast(native, kind)]
     advice = (f"x.astype({(wider or ['float64'])[0]!r})" if native.kind in "biuf" else
               "resample x.real and x.imag apart" if native.kind == "c" else "give numbers")
-    raise TypeError(f"samples of {native.name} are not served, only {', '.join(SAMPLES)}: {advice}")
+    raise TypeError(f"samples of {native.name} are not served, only int16, int32, float32 and "
+                    f"float64: {advice}")
 
 
 def as_signal(x: npt.ArrayLike) -> Array:
@@ -56,6 +58,8 @@ def as_signal(x: npt.ArrayLike) -> Array:
     if array.ndim not in (1, 2):
         raise ValueError(f"an array of {array.ndim} dimensions; (frames,) or (frames, channels) is "
                          "accepted")
+    if array.dtype in SAMPLES and array.flags.aligned:
+        return array
     return np.require(array, checked_dtype(array.dtype), ["ALIGNED"])
 
 
@@ -69,16 +73,15 @@ def channels_of(shape: Tuple[int, ...]) -> int:
     return channels
 
 
-def convert(stream: Any, tally: Any, x: Array, axis: int, last: bool) -> Array:
+def convert(stream: Any, info: Any, tally: Any, x: Array, axis: int, last: bool) -> Array:
     """Takes all of `x`, with time along `axis`, through the stream, in one call.  With `last` the
     signal ends; of a stream that is aligned, it is all of it."""
-    info = describe(stream)
     along = np.swapaxes(x, 0, axis)
     frames = tally.waiting + len(along)
     shape = list(x.shape)
     shape[axis] = -(-frames * info.up // info.down) if last else frames // info.down * info.up
     y = np.empty(shape, x.dtype)
-    if lib.rsmpl_blocks_run(stream, tally, SAMPLES[x.dtype.name], _view(along), len(along),
+    if lib.rsmpl_blocks_run(stream, tally, SAMPLES[x.dtype], _view(along), len(along),
                             _view(np.swapaxes(y, 0, axis)), last):
         raise MemoryError("not enough memory to convert; the stream is reset")
     return y

@@ -79,7 +79,7 @@ class Stream:
         """
         block = self._checked(x)
         with self._lock:
-            return _signal.convert(self._stream, self._tally, block, 0, last)
+            return _signal.convert(self._stream, self._info, self._tally, block, 0, last)
 
     def _checked(self, x: npt.ArrayLike) -> npt.NDArray[Any]:
         if isinstance(x, (list, tuple)) and len(x) == 0:
