@@ -1,7 +1,7 @@
 """Builds the library's static parts with CMake, then the module on top of them.
 
-In the tree the library is the folder above; an sdist carries it along.  What is built is kept in the
-library's build/python, so that the next time is quick."""
+In the tree the library is the folder above; an sdist carries it along.  What is built is kept in
+the library's build/python, so that the next time is quick."""
 import os
 import pathlib
 import re
@@ -16,11 +16,12 @@ HERE = pathlib.Path(__file__).resolve().parent
 CARRIED = HERE / "library"
 LIBRARY = CARRIED if CARRIED.exists() else HERE.parent
 KEPT = LIBRARY / "build" / "python"
-SOURCES = ["CMakeLists.txt", "cmake/*", "docs/man/*.in", "python/CMakeLists.txt", "python/blocks.*"] + [
-    f"{room}/*.{suffix}" for suffix in ("cpp", "h")
-    for room in "api convert design fir iir kernels spectral stream".split()]
+ROOMS = "api convert design fir iir kernels spectral stream".split()
+SOURCES = ["CMakeLists.txt", "cmake/*", "docs/man/*.in", "python/CMakeLists.txt", "python/blocks.*",
+           *(f"{room}/*.{suffix}" for room in ROOMS for suffix in ("cpp", "h"))]
 OPTIONS = ["-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_COMPILE_WARNING_AS_ERROR=OFF",
-           "-DRSMPL_BUILD_PYTHON=ON"] + [f"-DRSMPL_BUILD_{part}=OFF" for part in ("CLI", "TESTS", "BENCH")]
+           "-DRSMPL_BUILD_PYTHON=ON", "-DRSMPL_BUILD_CLI=OFF", "-DRSMPL_BUILD_TESTS=OFF",
+           "-DRSMPL_BUILD_BENCH=OFF"]
 # Each needs the next.
 TARGETS = {"rsmpl_blocks": "python/librsmpl_blocks.a", "rsmpl_stream_static": "librsmpl_stream.a",
            "rsmpl_static": "librsmpl.a"}
@@ -32,7 +33,8 @@ class BuildLibraryAndExtension(build_ext):
         if not shutil.which("cmake"):
             raise SystemExit("the library is built by cmake 3.25 or later, with g++ 12 or clang 14")
         subprocess.check_call(["cmake", "-S", LIBRARY, "-B", folder, *OPTIONS])
-        subprocess.check_call(["cmake", "--build", folder, f"-j{os.cpu_count()}", "--target", *TARGETS])
+        subprocess.check_call(["cmake", "--build", folder, f"-j{os.cpu_count()}",
+                               "--target", *TARGETS])
         for extension in self.extensions:
             archives = [str(folder / path) for path in TARGETS.values()]
             extension.include_dirs.append(str(LIBRARY))

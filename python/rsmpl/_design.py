@@ -1,7 +1,7 @@
 """FIR filters designed by frequency sampling.
 
-Edges are fractions of the sampling rate, 0.5 being the Nyquist frequency.  The gain of the pass band
-is 1 before the window; nothing is normalised after it.  The peak of the impulse response is at
+Edges are fractions of the sampling rate, 0.5 being the Nyquist frequency.  The gain of the pass
+band is 1 before the window; nothing is normalised after it.  The peak of the impulse response is at
 taps / 2, half a sample later than the window's centre.
 """
 from __future__ import annotations
@@ -68,8 +68,8 @@ def fractional_delay(taps: int, delay: float, window: str = "hamming") -> Taps:
     taps, window
         As of `lowpass`.
     delay : float
-        In samples, 0 to taps - 1.  A whole one is exact; any other is best near taps / 2, because what
-        is shifted beyond the taps is lost.
+        In samples, 0 to taps - 1.  A whole one is exact; any other is best near taps / 2, because
+        what is shifted beyond the taps is lost.
 
     Returns
     -------

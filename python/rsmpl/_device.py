@@ -25,8 +25,8 @@ class Resampler:
         In Hz; in_rate is a multiple of out_rate.
     block : int
         Frames per call.  `frames_in` of them are taken: the largest multiple of in_rate / out_rate.
-        Those are filtered if they are a multiple of 6, and at least 18; otherwise the device delivers
-        zeros.
+        Those are filtered if they are a multiple of 6, and at least 18; otherwise the device
+        delivers zeros.
 
     Raises
     ------
@@ -56,7 +56,8 @@ class Resampler:
                              f"{max(in_rate // out_rate, 1) * out_rate} is")
         self._frames_out = block // (in_rate // out_rate)
         self._frames_in = self._frames_out * (in_rate // out_rate)
-        self._name = f"{in_rate} to {out_rate} Hz, {_errors.channels(self._channels)}, blocks of {block}"
+        self._name = (f"{in_rate} to {out_rate} Hz, {_errors.channels(self._channels)}, "
+                      f"blocks of {block}")
         self._lock = threading.Lock()
         handle = lib.resample_init(self._channels, in_rate, out_rate, block)
         if handle == ffi.NULL:

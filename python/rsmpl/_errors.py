@@ -38,7 +38,7 @@ def _reduced(in_rate: int, out_rate: int) -> tuple[int, int]:
 
 
 def _near(in_rate: int, out_rate: int) -> str:
-    """The nearest conversion that is served, with one of the rates changed by a fiftieth at most."""
+    """The nearest conversion that is served, with a rate changed by a fiftieth at most."""
     for off in range(1, min(in_rate // 50, out_rate // 50, 4000) + 1):
         for rates in ((in_rate, out_rate - off), (in_rate, out_rate + off),
                       (in_rate - off, out_rate), (in_rate + off, out_rate)):

@@ -45,8 +45,8 @@ def ratecv(fragment: Any, width: int, nchannels: int, inrate: int, outrate: int,
     state : tuple or None
         None for the first fragment of a signal, later what the call before returned.
     weightA, weightB : int
-        A simple filter of the input, y[n] = (A x[n] + B y[n-1]) / (A + B) in each channel, with A at
-        least 1 and B at least 0.
+        A simple filter of the input, y[n] = (A x[n] + B y[n-1]) / (A + B) in each channel, with A
+        at least 1 and B at least 0.
 
     Returns
     -------
@@ -63,9 +63,9 @@ def ratecv(fragment: Any, width: int, nchannels: int, inrate: int, outrate: int,
 
     Notes
     -----
-    Unlike the former function it filters out what the new rate can't hold, and delivers whole groups:
-    after n frames floor(n / M) * L, where the rates reduce to L / M.  The input filter's result is
-    rounded to 16 bits.
+    Unlike the former function it filters out what the new rate can't hold, and delivers whole
+    groups: after n frames floor(n / M) * L, where the rates reduce to L / M.  The input filter's
+    result is rounded to 16 bits.
 
     Examples
     --------
@@ -83,8 +83,8 @@ def ratecv(fragment: Any, width: int, nchannels: int, inrate: int, outrate: int,
         raise ValueError(f"the state is one of {conversion!r}; begin another signal with None")
     with conversion.lock:
         if conversion.frames != done:
-            raise ValueError(f"the state after {done} frames was gone on from already; the signal is "
-                             f"at {conversion.frames}: use each state once, the newest")
+            raise ValueError(f"the state after {done} frames was gone on from already; the signal "
+                             f"is at {conversion.frames}: use each state once, the newest")
         if b > 0:
             frames = _smoothed(frames, a, b, conversion)
         converted = conversion.stream.process(frames)

@@ -27,10 +27,10 @@ class Stream:
 
     Notes
     -----
-    The rates reduce to out / in = L / M.  After n frames floor(n / M) * L frames have been delivered,
-    however the n were split; up to M - 1 wait for their group.  Splits give the same samples: the
-    stages', whose memory is rounded between calls, to 1e-6 of the loudest one, those of "fir" to the
-    bit.  Sounds come out `delay` frames late.
+    The rates reduce to out / in = L / M.  After n frames floor(n / M) * L frames have been
+    delivered, however the n were split; up to M - 1 wait for their group.  Splits give the same
+    samples: those of "fir" to the bit, the stages', whose memory is rounded between calls, to 1e-6
+    of the loudest one.  Sounds come out `delay` frames late.
 
     Threads may share a stream: one call waits for another.
 
