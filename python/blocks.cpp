@@ -191,8 +191,8 @@ void rsmpl_smooth(const short* in, size_t frames, size_t channels, double a, dou
                   double* memory, short* out)
 {
     for (size_t i = 0; i < frames * channels; ++i) {
-        double& y = memory[i % channels];
-        y = (a * in[i] + b * y) / (a + b);
-        out[i] = static_cast<short>(std::lround(y));
+        const size_t c = i % channels;
+        memory[c] = (a * in[i] + b * memory[c]) / (a + b);
+        out[i] = static_cast<short>(std::lround(memory[c]));
     }
 }
