@@ -45,9 +45,11 @@ def test_any_split_is_one_stream(rates):
 
 @pytest.mark.parametrize("rates", RATES)
 def test_a_whole_signal_is_a_stream_in_its_place(rates):
-    x, stream = noise((19_200, 2), "int16"), rsmpl.Stream(*rates, 2, "int16")
-    late = in_blocks(stream, np.concatenate([x, np.zeros((9600, 2), "int16")]))[round(stream.delay):]
-    np.testing.assert_array_equal(rsmpl.resample(x, *rates), late[:-(-19_200 * rates[1] // rates[0])])
+    x, stream, count = noise((19_200, 2)), rsmpl.Stream(*rates, 2), -(-19_200 * rates[1] // rates[0])
+    late = in_blocks(stream, np.concatenate([x, 0 * x]))[round(stream.delay):]
+    y = rsmpl.resample(x, *rates)
+    np.testing.assert_array_equal(y[:-16], late[:count - 16])  # to the bit, but for the end, where calls are shorter
+    np.testing.assert_allclose(y, late[:count], atol=1e-6)
     impulse = rsmpl.resample(np.eye(1, 18_000, 8820)[0], *rates, "fir")
     assert impulse.argmax() == 8820 * rates[1] // rates[0]
 

@@ -57,7 +57,7 @@ def ratecv(fragment: Any, width: int, nchannels: int, inrate: int, outrate: int,
 
     Raises
     ------
-    ValueError
+    ValueError, TypeError
         For another width, part of a frame, a state of other rates or channels, and a state that a
         call has gone on from already.
 
@@ -75,10 +75,13 @@ def ratecv(fragment: Any, width: int, nchannels: int, inrate: int, outrate: int,
     >>> len(first), len(second)
     (640, 640)
     """
-    frames = _frames(fragment, width, _errors.whole("nchannels", nchannels, 1, 64))
+    _errors.whole("nchannels", nchannels, 1, lib.RSMPL_STREAM_MOST_CHANNELS)
+    frames = _frames(fragment, width, nchannels)
     a = _errors.whole("weightA", weightA, 1, _errors.INT_MAX)
     b = _errors.whole("weightB", weightB, 0, _errors.INT_MAX)
-    conversion, done = (Conversion(nchannels, inrate, outrate), 0) if state is None else state
+    conversion, done = state or (Conversion(nchannels, inrate, outrate), 0)
+    if not isinstance(conversion, Conversion):
+        raise TypeError("state is None, or what the call before returned")
     if conversion.given != (nchannels, inrate, outrate):
         raise ValueError(f"the state is one of {conversion!r}; begin another signal with None")
     with conversion.lock:

@@ -35,9 +35,9 @@ def resample(x: npt.ArrayLike, in_rate: int, out_rate: int, engine: str = "auto"
     Returns
     -------
     ndarray
-        ceil(frames * out_rate / in_rate) frames, of x's dtype.  The filter's delay, rounded to
-        whole frames, is taken out.  Integers are rounded to nearest and clipped at their limits;
-        floats have no limits.
+        ceil(frames * out_rate / in_rate) frames, of x's dtype.  The filter's delay is taken out:
+        exactly with "fir", to half a frame with a stage.  Integers are rounded to nearest and
+        clipped at their limits; floats have no limits.
 
     Raises
     ------

@@ -32,6 +32,8 @@ class Stream:
     samples: those of "fir" to the bit, the stages', whose memory is rounded between calls, to 1e-6
     of the loudest one.  Sounds come out `delay` frames late.
 
+    Floats have no limits.  NaN and infinity flow on until `reset`.
+
     Threads may share a stream: one call waits for another.
 
     Examples
@@ -79,7 +81,7 @@ class Stream:
         """
         block = self._checked(x)
         with self._lock:
-            return _signal.convert(self._stream, self._info, self._tally, block, 0, last)
+            return _signal.convert(self._stream, self._info, self._tally, block, 0, bool(last))
 
     def _checked(self, x: npt.ArrayLike) -> npt.NDArray[Any]:
         if isinstance(x, (list, tuple)) and len(x) == 0:
