@@ -2,10 +2,8 @@
 # Builds the Python package, installs its wheel and its sdist, each into an environment of its own,
 # offline, and tests what is installed.  A second run takes over what the first has compiled.
 set -euo pipefail
-source_dir=$1 build_dir=$2 out=$2/python
-mkdir -p "$out"
-cd "$out"
-rm -f rsmpl-*
+source_dir=$1 out=$2/python
+mkdir -p "$out/sdist" && cd "$out" && rm -f rsmpl-*
 "$source_dir/python/build" "$out" >build.log 2>&1 || { cat build.log; exit 1; }
 [ "$(echo rsmpl-*.whl)" = "$(basename rsmpl-*.tar.gz .tar.gz)-cp39-abi3-linux_$(uname -m).whl" ]
 
@@ -18,15 +16,14 @@ install venv rsmpl-*.whl
 package=$(echo "$PWD"/venv/lib/python3*/site-packages/rsmpl)
 
 # The module exports its start alone, and uses the limited interface only.
-module=$package/_native.abi3.so
-[ "$(nm -D --defined-only "$module" | cut -d' ' -f3)" = PyInit__native ]
-if nm -D --undefined-only "$module" | grep ' _Py' | grep -vE '_Py_(Dealloc|NoneStruct)$'; then exit 1; fi
+symbols=$(nm -D "$package/_native.abi3.so")
+[ "$(grep -v ' [Uw] ' <<<"$symbols" | cut -d' ' -f3)" = PyInit__native ]
+[ -z "$(grep ' _Py' <<<"$symbols" | grep -vE '_Py_(Dealloc|NoneStruct)$')" ]
 
 venv/bin/python -m pytest -q -p no:cacheprovider --rootdir "$out" --doctest-modules "$package" \
     "$source_dir/tests/python_test.py"
 /usr/bin/mypy --strict --python-version 3.9 --cache-dir "$out/mypy" --python-executable venv/bin/python -p rsmpl
 
-mkdir -p sdist
 find sdist -path '*/library/build' -prune -o -type f -print0 | xargs -0r rm # but for what it compiled
 tar -xzf rsmpl-*.tar.gz -C sdist
 install from_sdist --no-build-isolation ./sdist/rsmpl-*/
