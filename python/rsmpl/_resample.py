@@ -72,7 +72,7 @@ def resample(x: npt.ArrayLike, in_rate: int, out_rate: int, engine: str = "auto"
     stream = _idle.pop(kind, None) or _signal.open_stream(*kind)
     y = _signal.convert(stream, _signal.describe(stream), ffi.new("rsmpl_tally*"), signal, axis,
                         True)
-    if len(_idle) == MOST_IDLE:
+    if len(_idle) >= MOST_IDLE:
         _idle.clear()
     _idle[kind] = stream
     return y.astype(getattr(x, "dtype", y.dtype), copy=False)
