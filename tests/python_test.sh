@@ -4,15 +4,9 @@
 set -euo pipefail
 source_dir=$1 out=$2/python
 mkdir -p "$out/sdist" && cd "$out" && rm -f rsmpl-*
-"$source_dir/python/build" "$out" >build.log 2>&1 || { cat build.log; exit 1; }
+"$source_dir/python/build" "$out" venv >build.log 2>&1 || { cat build.log; exit 1; }
 [ "$(echo rsmpl-*.whl)" = "$(basename rsmpl-*.tar.gz .tar.gz)-cp39-abi3-linux_$(uname -m).whl" ]
 
-install() { # VENV, what pip takes
-    [ -x "$1/bin/pip" ] || /usr/bin/python3 -m venv --system-site-packages "$1"
-    "$1/bin/pip" uninstall -qy rsmpl 2>/dev/null || true
-    "$1/bin/pip" install -q --no-index "${@:2}"
-}
-install venv rsmpl-*.whl
 package=$(echo "$PWD"/venv/lib/python3*/site-packages/rsmpl)
 
 # The module exports its start alone, and uses the limited interface only.
@@ -26,5 +20,9 @@ venv/bin/python -m pytest -q -p no:cacheprovider --rootdir "$out" --doctest-modu
 
 find sdist -path '*/library/build' -prune -o -type f -print0 | xargs -0r rm # but for what it compiled
 tar -xzf rsmpl-*.tar.gz -C sdist
-install from_sdist --no-build-isolation ./sdist/rsmpl-*/
+[ -x from_sdist/bin/pip ] || /usr/bin/python3 -m venv --system-site-packages from_sdist
+from_sdist/bin/pip uninstall -qy rsmpl 2>/dev/null || true
+from_sdist/bin/pip install -q --no-index --no-build-isolation ./sdist/rsmpl-*/
 from_sdist/bin/python -c 'import rsmpl; print(rsmpl.Stream(48000, 16000))'
+
+venv/bin/python "$source_dir/tests/training_test.py" "$source_dir/docs/training.md"
