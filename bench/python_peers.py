@@ -52,7 +52,7 @@ def level(call, kind, hertz):
     x = 30000 * np.sin(2 * np.pi * hertz * t)
     y = call(np.round(x).astype(kind))[OUT : 19 * OUT].astype(float)
     power = 2 * np.mean(y**2) / 30000**2
-    return f"{10 * np.log10(power):.1f}" if power > 1e-9 else "< -90"
+    return f"{10 * np.log10(power):.1f}".replace("-0.0", "0.0") if power > 1e-9 else "< -90"
 
 
 def seconds(call, x):
