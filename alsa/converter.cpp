@@ -19,8 +19,9 @@ namespace rsmpl_alsa
 namespace
 {
 
-// Frames of the faster side that make a piece, when a group is not longer.
-constexpr size_t kPiece = 4096;
+// Frames of the faster side that make a piece, when a group is not longer: as many as the stream
+// takes at once of 16-bit samples, so that all is rounded where it would be there.
+constexpr size_t kPiece = 8192;
 
 // Groups of outputs that may wait for the next call.
 constexpr size_t kMostHeld = 2;
