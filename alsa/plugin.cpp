@@ -17,7 +17,6 @@
 #include <new>
 #include <numeric>
 
-using rsmpl_alsa::Block;
 using rsmpl_alsa::Converter;
 using rsmpl_alsa::name_of;
 using rsmpl_alsa::Options;
@@ -44,10 +43,10 @@ bool find_periods(const snd_pcm_rate_info_t& info, const Options& options, Perio
     std::unique_ptr<Converter> converter;
     const auto opens = [&] { return Converter::open(near, options, converter) == RSMPL_STREAM_OK; };
     const unsigned divisor = std::gcd(info.in.rate, info.out.rate);
-    const unsigned in = info.in.rate / divisor;
-    const unsigned groups =
-        std::max(1U, (static_cast<unsigned>(info.in.period_size) + in / 2) / in);
-    near = {1, groups * in, groups * (info.out.rate / divisor)};
+    const snd_pcm_uframes_t in = info.in.rate / divisor;
+    const snd_pcm_uframes_t out = info.out.rate / divisor;
+    const snd_pcm_uframes_t groups = std::max(1UL, (info.in.period_size + in / 2) / in);
+    near = {1, groups * in, groups * out};
     if (opens())
         return true;
     const double most = RSMPL_STREAM_MOST_RATIO;
