@@ -80,9 +80,7 @@ snd_pcm_sframes_t scaled(snd_pcm_sframes_t frames, size_t up, size_t down)
 rsmpl_stream_status Converter::open(const Periods& periods, const Options& options,
                                     std::unique_ptr<Converter>& converter)
 {
-    if (periods.in == 0 || periods.out == 0)
-        return RSMPL_STREAM_BAD_RATES;
-    const snd_pcm_uframes_t divisor = std::gcd(periods.in, periods.out);
+    const snd_pcm_uframes_t divisor = std::max(1UL, std::gcd(periods.in, periods.out));
     const snd_pcm_uframes_t up = periods.out / divisor;
     const snd_pcm_uframes_t down = periods.in / divisor;
     if (std::max(up, down) > RSMPL_STREAM_MOST_RATIO)

@@ -1,6 +1,7 @@
 #include "alsa/options_internal.h"
 
 #include <cerrno>
+#include <cmath>
 #include <string_view>
 
 namespace rsmpl_alsa
@@ -8,8 +9,7 @@ namespace rsmpl_alsa
 namespace
 {
 
-constexpr double kLeastGain = -96;
-constexpr double kMostGain = 40;
+constexpr double kMostGain = 200; // dB, up or down, as the command takes it
 
 bool read_engine(const snd_config_t* field, Options& options)
 {
@@ -27,8 +27,7 @@ bool read_engine(const snd_config_t* field, Options& options)
 
 bool read_gain(const snd_config_t* field, Options& options)
 {
-    return snd_config_get_ireal(field, &options.gain) == 0 && options.gain >= kLeastGain &&
-           options.gain <= kMostGain;
+    return snd_config_get_ireal(field, &options.gain) == 0 && std::abs(options.gain) <= kMostGain;
 }
 
 int read_field(const snd_config_t* field, Options& options)
@@ -41,7 +40,7 @@ int read_field(const snd_config_t* field, Options& options)
         return -EINVAL;
     }
     if (name == "gain" && !read_gain(field, options)) {
-        SNDERR("rsmpl: gain is a number of decibels from %g to %g", kLeastGain, kMostGain);
+        SNDERR("rsmpl: gain is a number of decibels from %g to %g", -kMostGain, kMostGain);
         return -EINVAL;
     }
     if (name != "name" && name != "engine" && name != "gain") {

@@ -7,7 +7,7 @@
 namespace rsmpl_alsa
 {
 
-/* Reads converter { name "rsmpl" engine "auto|iir|fir" gain DECIBELS }, gain from -96 to 40.  A
+/* Reads converter { name "rsmpl" engine "auto|iir|fir" gain DECIBELS }, gain from -200 to 200.  A
  * null `conf` leaves the options as they are.  Returns 0, or -EINVAL after a line about the field
  * that is wrong. */
 int read_options(const snd_config_t* conf, Options& options);

@@ -6,8 +6,8 @@ from ctypes import byref, c_char_p, c_int, c_long, c_size_t, c_uint, c_uint64, c
 import numpy as np
 
 PLUGIN_DIR, CONF = os.path.abspath(sys.argv[1]), pathlib.Path(__file__).resolve().parents[1] / "alsa/10-rsmpl.conf"
+CANARY, S16, NOISE = 0x5A5A5A5A5A5A5A5A, 2, np.random.default_rng(1)
 PLUGIN, STREAM, ALSA = map(ctypes.CDLL, (f"{PLUGIN_DIR}/libasound_module_rate_rsmpl.so", sys.argv[2], "libasound.so.2"))
-NOISE = np.random.default_rng(1)
 
 # Program, its rate, the card's, channels, the program's period, options | converter | what serves it.
 RUNS = """\
@@ -15,8 +15,7 @@ arecord 16000 48000 1 160      | rsmpl                                 | IIR sta
 arecord 16000 48000 1 333      | rsmpl                                 | IIR stage 1:3
 arecord 16000 48000 3 341 -M   | rsmpl                                 | IIR stage 1:3
 arecord 16000 48000 2 5000 -I  | rsmpl                                 | IIR stage 1:3
-arecord 48000 16000 2 480      | [ none rsmpl linear ]                 | IIR stage 3:1
-arecord 48000 44100 1 480      | rsmpl                                 | FIR filter 160:147, 1.10 ms
+arecord 48000 44100 1 480      | [ none rsmpl linear ]                 | FIR filter 160:147, 1.10 ms
 arecord 44100 48000 8 441      | { name rsmpl gain -6.5 }              | FIR filter 147:160
 aplay 48000 16000 1 480        | { name rsmpl gain 12 }                | IIR stage 1:3
 aplay 16000 48000 2 160 -M     | { name rsmpl engine iir gain 0 }      | IIR stage 3:1
@@ -29,8 +28,8 @@ aplay 44101 48000 1 1102       | { name rsmpl engine fir }    | no filter .*peri
 aplay 44100 48000 1 441        | { name rsmpl engine iir }    | no filter of engine "iir" .*these rates have no stage; engine "auto" takes more
 aplay 48000 16000 1 1001       | { name rsmpl engine iir }    | no filter of engine "iir" makes 333 frames at 16000 Hz of 1001 at 48000 Hz.*periods of 1002 frames at 48000 Hz and 334 at 16000 Hz would work
 aplay 48000 16000 1 480        | { name rsmpl engine sinc }   | engine is "auto", "iir" or "fir"
-aplay 48000 16000 1 480        | { name rsmpl gain loud }     | gain is a number of decibels from -96 to 40
-aplay 48000 16000 1 480        | { name rsmpl gain 40.1 }     | gain is .*
+aplay 48000 16000 1 480        | { name rsmpl gain loud }     | gain is a number of decibels from -200 to 200
+aplay 48000 16000 1 480        | { name rsmpl gain -201 }     | gain is .*
 aplay 48000 16000 1 480        | { name rsmpl quality 10 }    | there is no field "quality", only engine and gain"""
 
 
@@ -97,7 +96,6 @@ class Programs(unittest.TestCase):
 
 
 INIT, FREE, RESET, _, CONVERT, _, INPUTS, OUTPUTS, VERSION, RATES, DUMP, FORMATS = range(1, 13)
-CANARY, S16 = 0x5A5A5A5A5A5A5A5A, 2
 # Bytes before the first sample, from frame to frame, and from channel to channel, of C channels and N frames.
 LAYOUTS = {"interleaved": lambda c, n: (0, 2 * c, 2), "planar": lambda c, n: (0, 2, 2 * n), "odd": lambda c, n: (3, 2 * c + 5, 2)}
 
@@ -157,28 +155,30 @@ class Calls(unittest.TestCase):
                     np.testing.assert_array_equal(device.convert(part, periods[1], form, offset), out, f"{periods} {form}")
             self.assertIn(f" {clipped} samples clipped", devices[0].dumped())
 
-    def test_parts_of_periods_join_behind_a_frame_of_silence(self):
-        device, frames = Device(2, 480, 160), NOISE.integers(-20000, 20000, (6240, 2))
-        ends = [0, 1, *sorted(NOISE.integers(2, 6000, 40)), 6000, 6000]
-        parts = [device.convert(frames[a:b], -(-b // 3) - -(-a // 3)) for a, b in zip(ends, ends[1:])]
-        np.testing.assert_allclose(np.vstack(parts)[1:], streamed(frames, 480, 160)[0][:1999], rtol=0, atol=1)
+    def test_parts_of_periods_join_behind_silence(self):
+        device, frames = Device(2, 480, 160), NOISE.integers(-20000, 20000, (9600, 2))
+        for ends, counts, silence in (range(4, 9000, 7), None, 1), ((3, 6, 9, 9), (0, 0, 0, 4), 2):
+            ends, wanted = [0, *ends], np.vstack([np.zeros((silence, 2)), streamed(frames, 480, 160)[0]])
+            counts = counts or [-(-b // 3) - -(-a // 3) for a, b in zip(ends, ends[1:])]
+            out = np.vstack([device.convert(frames[a:b], count) for a, b, count in zip(ends, ends[1:], counts)])
+            np.testing.assert_allclose(out, wanted[:len(out)], rtol=0, atol=1)
+            device(RESET)
 
     def test_frames_are_counted_to_the_next_whole_one(self):
-        for source, to in (480, 160), (160, 480), (441, 480), (1024, 341), (7, 7):
-            device = Device(1, source, to)
+        for device, source, to in ((Device(1, *p), *p) for p in ((480, 160), (160, 480), (441, 480), (1024, 341), (7, 7))):
             for n in *range(-2000, 2000), 2**40 + 1:
                 self.assertEqual([device(op, c_long(n), result=c_long) for op in (OUTPUTS, INPUTS)], [-(-n * to // source), -(-n * source // to)])
 
     def test_it_is_set_up_and_reset_and_says_what_it_takes(self):
         device, limits = Device(1, 480, 160), (c_uint * 5)(*[7] * 5)
-        for refused in (1, 480, 160, 10), (0, 480, 160), (65, 480, 160), (1, 0, 160), (1, 480, 0), (1, 1025, 1024):
+        for refused in (1, 480, 160, 10), (0, 480, 160), (65, 480, 160), (1, 0, 0), (1, 480, 0), (1, 1025, 1024):
             self.assertEqual((device.init(*refused), device.dumped()), (-22, 'Converter: rsmpl, engine "auto", gain 0 dB\n'))
         for periods in (480, 160), (441, 480), (64, 64):
             self.assertEqual((device(FREE), device.init(1, *periods)), (None, 0))
             frames = NOISE.integers(-32768, 32768, (periods[0], 1))
             for _ in range(2):
                 np.testing.assert_array_equal(device.convert(frames, periods[1]), streamed(frames, *periods)[0])
-                device.convert(frames[1:], periods[1])
+                device.convert(frames[1:], periods[1] // 2)
                 device(RESET)
             self.assertIn(" 0 samples clipped", device.dumped())
         at = [c_void_p(ctypes.addressof(limits) + 8 * i) for i in range(3)]
