@@ -67,4 +67,8 @@ for static in "" -static; do
     check "$scratch/rsmpl-stream" "${any_length[@]}"
 done
 
+# ALSA finds the converter and its device, and nothing else in there.
+[ ! -e "$build_dir/alsa" ] || ALSA_PLUGIN_DIR=$libdir/alsa-lib ALSA_CONFIG_PATH=/usr/share/alsa/alsa.conf:$prefix/share/alsa/alsa.conf.d/10-rsmpl.conf arecord -v -D rsmpl:null -f S16_LE -r 16000 -s 1 /dev/null 2>&1 | grep "IIR stage 1:3" >/dev/null
+[ ! -e "$build_dir/alsa" ] || [ "$(nm -D --defined-only "$libdir"/alsa-lib/*.so | cut -d" " -f3 | paste -sd" ")" = "_snd_pcm_rate_rsmpl_open _snd_pcm_rate_rsmpl_open_conf" ]
+
 [ ! -e "$build_dir/cli" ] || "$prefix/bin/rsmpl" selftest
