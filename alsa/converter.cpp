@@ -178,8 +178,11 @@ void Converter::round(const float* row, size_t count)
 {
     constexpr int kToNearest = 1;
     Convert_FloatToShort(rounded_.data(), row, static_cast<int>(count), kToNearest);
-    clipped_ += static_cast<std::uint64_t>(std::count_if(
-        row, row + count, [](float x) { return x >= SHRT_MAX + 0.5F || x <= SHRT_MIN - 0.5F; }));
+    unsigned clipped = 0; // as wide as a float, for the vectoriser
+    for (size_t i = 0; i < count; ++i)
+        clipped += static_cast<unsigned>(row[i] >= SHRT_MAX + 0.5F) |
+                   static_cast<unsigned>(row[i] <= SHRT_MIN - 0.5F);
+    clipped_ += clipped;
 }
 
 snd_pcm_sframes_t Converter::outputs(snd_pcm_sframes_t frames) const
