@@ -83,12 +83,12 @@ int refuse(const snd_pcm_rate_info_t& info, const Options& options, rsmpl_stream
     return -EINVAL;
 }
 
-void close(void* obj)
+void close_device(void* obj)
 {
     delete static_cast<Device*>(obj);
 }
 
-void free(void* obj)
+void free_converter(void* obj)
 {
     device(obj).converter.reset();
 }
@@ -96,7 +96,7 @@ void free(void* obj)
 int init(void* obj, snd_pcm_rate_info_t* info)
 {
     Device& d = device(obj);
-    free(obj);
+    free_converter(obj);
     if (info->in.format != SND_PCM_FORMAT_S16 || info->out.format != SND_PCM_FORMAT_S16) {
         SNDERR("rsmpl: only %s is converted", snd_pcm_format_name(SND_PCM_FORMAT_S16));
         return -EINVAL;
@@ -176,7 +176,7 @@ void dump(void* obj, snd_output_t* out)
 constexpr unsigned kOldest = 0x010001;
 
 // A host's table has what its version knows and no more; each version's begins like the one before.
-int open(unsigned version, void** objp, snd_pcm_rate_ops_t* ops, const snd_config_t* conf)
+int open_device(unsigned version, void** objp, snd_pcm_rate_ops_t* ops, const snd_config_t* conf)
 {
     if (version < kOldest || version >> 16 != kOldest >> 16)
         return -EINVAL;
@@ -188,9 +188,9 @@ int open(unsigned version, void** objp, snd_pcm_rate_ops_t* ops, const snd_confi
     if (opened == nullptr)
         return -ENOMEM;
     opened->options = options;
-    const snd_pcm_rate_ops_t table = {close,
+    const snd_pcm_rate_ops_t table = {close_device,
                                       init,
-                                      free,
+                                      free_converter,
                                       reset,
                                       nullptr,
                                       convert,
@@ -216,13 +216,13 @@ extern "C" {
 
 int SND_PCM_RATE_PLUGIN_ENTRY(rsmpl)(unsigned version, void** objp, snd_pcm_rate_ops_t* ops)
 {
-    return open(version, objp, ops, nullptr);
+    return open_device(version, objp, ops, nullptr);
 }
 
 int SND_PCM_RATE_PLUGIN_CONF_ENTRY(rsmpl)(unsigned version, void** objp, snd_pcm_rate_ops_t* ops,
                                           const snd_config_t* conf)
 {
-    return open(version, objp, ops, conf);
+    return open_device(version, objp, ops, conf);
 }
 } // extern "C"
 #pragma GCC visibility pop
