@@ -214,13 +214,14 @@ int open_device(unsigned version, void** objp, snd_pcm_rate_ops_t* ops, const sn
 #pragma GCC visibility push(default)
 extern "C" {
 
-int SND_PCM_RATE_PLUGIN_ENTRY(rsmpl)(unsigned version, void** objp, snd_pcm_rate_ops_t* ops)
+// SND_PCM_RATE_PLUGIN_ENTRY(rsmpl) and SND_PCM_RATE_PLUGIN_CONF_ENTRY(rsmpl), which ALSA looks up.
+int _snd_pcm_rate_rsmpl_open(unsigned version, void** objp, snd_pcm_rate_ops_t* ops)
 {
     return open_device(version, objp, ops, nullptr);
 }
 
-int SND_PCM_RATE_PLUGIN_CONF_ENTRY(rsmpl)(unsigned version, void** objp, snd_pcm_rate_ops_t* ops,
-                                          const snd_config_t* conf)
+int _snd_pcm_rate_rsmpl_open_conf(unsigned version, void** objp, snd_pcm_rate_ops_t* ops,
+                                  const snd_config_t* conf)
 {
     return open_device(version, objp, ops, conf);
 }
