@@ -16,6 +16,7 @@
 #include <memory>
 #include <new>
 #include <numeric>
+#include <string>
 
 using rsmpl_alsa::Converter;
 using rsmpl_alsa::name_of;
@@ -56,20 +57,14 @@ bool find_periods(const snd_pcm_rate_info_t& info, const Options& options, Perio
     return opens();
 }
 
-void explain_periods(const snd_pcm_rate_info_t& info, const Options& options)
+std::string advice(const snd_pcm_rate_info_t& info, const Options& options)
 {
     Periods near{};
-    const bool found = find_periods(info, options, near);
-    SNDERR("rsmpl: no filter of engine \"%s\" makes %lu frames at %u Hz of %lu at %u Hz",
-           name_of(options.engine), info.out.period_size, info.out.rate, info.in.period_size,
-           info.in.rate);
-    if (found)
-        SNDERR("rsmpl: periods of %lu frames at %u Hz and %lu at %u Hz would work", near.in,
-               info.in.rate, near.out, info.out.rate);
-    else if (options.engine == RSMPL_ENGINE_IIR)
-        SNDERR("rsmpl: these rates have no stage; engine \"auto\" takes more");
-    else
-        SNDERR("rsmpl: these rates are too far apart");
+    if (find_periods(info, options, near))
+        return std::to_string(near.out) + " of " + std::to_string(near.in) + " would be served";
+    return options.engine == RSMPL_ENGINE_IIR
+               ? "these rates have no stage; engine \"auto\" takes more"
+               : "these rates are too far apart";
 }
 
 int refuse(const snd_pcm_rate_info_t& info, const Options& options, rsmpl_stream_status status)
@@ -77,7 +72,9 @@ int refuse(const snd_pcm_rate_info_t& info, const Options& options, rsmpl_stream
     if (status == RSMPL_STREAM_NO_MEMORY)
         return -ENOMEM;
     if (status == RSMPL_STREAM_BAD_RATES && info.in.rate > 0 && info.out.rate > 0)
-        explain_periods(info, options);
+        SNDERR("rsmpl: no filter of engine \"%s\" makes %lu frames at %u Hz of %lu at %u Hz; %s",
+               name_of(options.engine), info.out.period_size, info.out.rate, info.in.period_size,
+               info.in.rate, advice(info, options).c_str());
     else
         SNDERR("rsmpl: %u channels: %s", info.channels, rsmpl_stream_message(status));
     return -EINVAL;

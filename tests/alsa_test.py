@@ -23,10 +23,10 @@ aplay 16000 48000 8 1000 -I    | { name rsmpl engine fir }             | FIR fil
 aplay 44100 48000 2 1000 -I    | rsmpl                                 | FIR filter 136:125
 arecord 16000 48000 8 512 -Drsmpl:card | none                          | IIR stage 1:3"""
 ERRORS = """\
-aplay 44100 48000 1 1103       | rsmpl                        | no filter of engine "auto" makes 1200 frames at 48000 Hz of 1103 at 44100 Hz.*periods of 1176 frames at 44100 Hz and 1280 at 48000 Hz would work
-aplay 44101 48000 1 1102       | { name rsmpl engine fir }    | no filter .*periods of 941 frames at 44101 Hz and 1024 at 48000 Hz would work
-aplay 44100 48000 1 441        | { name rsmpl engine iir }    | no filter of engine "iir" .*these rates have no stage; engine "auto" takes more
-aplay 48000 16000 1 1001       | { name rsmpl engine iir }    | no filter of engine "iir" makes 333 frames at 16000 Hz of 1001 at 48000 Hz.*periods of 1002 frames at 48000 Hz and 334 at 16000 Hz would work
+aplay 44100 48000 1 1103       | rsmpl                        | no filter of engine "auto" makes 1200 frames at 48000 Hz of 1103 at 44100 Hz; 1280 of 1176 would be served
+aplay 44101 48000 1 1102       | { name rsmpl engine fir }    | no filter .*; 1024 of 941 would be served
+aplay 44100 48000 1 441        | { name rsmpl engine iir }    | no filter of engine "iir" .*; these rates have no stage; engine "auto" takes more
+aplay 48000 16000 1 1001       | { name rsmpl engine iir }    | no filter of engine "iir" makes 333 frames at 16000 Hz of 1001 at 48000 Hz; 334 of 1002 would be served
 aplay 48000 16000 1 480        | { name rsmpl engine sinc }   | engine is "auto", "iir" or "fir"
 aplay 48000 16000 1 480        | { name rsmpl gain loud }     | gain is a number of decibels from -200 to 200
 aplay 48000 16000 1 480        | { name rsmpl gain -201 }     | gain is .*
@@ -92,7 +92,7 @@ class Programs(unittest.TestCase):
 
     def test_what_is_wrong_is_said(self):
         for row in rows(ERRORS):
-            self.assertRegex(card(*row[:-1], np.zeros((3000, row[3])), 1)[2].replace("\n", " "), f"rsmpl: {row[-1]}")
+            self.assertRegex(card(*row[:-1], np.zeros((3000, row[3])), 1)[2], f"rsmpl: {row[-1]}")
 
 
 INIT, FREE, RESET, _, CONVERT, _, INPUTS, OUTPUTS, VERSION, RATES, DUMP, FORMATS = range(1, 13)
