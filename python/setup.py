@@ -20,8 +20,8 @@ ROOMS = "api convert design fir iir kernels spectral stream".split()
 SOURCES = ["CMakeLists.txt", "cmake/*", "docs/man/*.in", "python/CMakeLists.txt", "python/blocks.*",
            *(f"{room}/*.{suffix}" for room in ROOMS for suffix in ("cpp", "h"))]
 OPTIONS = ["-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_COMPILE_WARNING_AS_ERROR=OFF",
-           "-DRSMPL_BUILD_PYTHON=ON", "-DRSMPL_BUILD_CLI=OFF", "-DRSMPL_BUILD_TESTS=OFF",
-           "-DRSMPL_BUILD_BENCH=OFF"]
+           "-DRSMPL_BUILD_PYTHON=ON", "-DRSMPL_BUILD_CLI=OFF", "-DRSMPL_BUILD_ALSA=OFF",
+           "-DRSMPL_BUILD_TESTS=OFF", "-DRSMPL_BUILD_BENCH=OFF"]
 # Each needs the next.
 TARGETS = {"rsmpl_blocks": "python/librsmpl_blocks.a", "rsmpl_stream_static": "librsmpl_stream.a",
            "rsmpl_static": "librsmpl.a"}
