@@ -10,7 +10,7 @@ from rsmpl import _errors
 from rsmpl._native import ffi, lib
 
 
-class Resampler:
+class Resampler(_errors.NotCopied):
     """What a device makes of a signal, to the bit.
 
     The three calls of resample_api.h: `resample_init`, `resample_process`, `resample_exit`.
@@ -82,6 +82,8 @@ class Resampler:
             raise ValueError(f"a block of shape {x.shape}; "
                              f"({self._channels}, {self._frames_in}) is accepted")
         x = np.ascontiguousarray(x)
+        if not x.flags.aligned:
+            x = x.copy()
         y = np.empty((*x.shape[:-1], self._frames_out), np.int16)
         with self._lock:
             if self._handle is None:

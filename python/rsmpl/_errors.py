@@ -3,7 +3,7 @@ from __future__ import annotations
 
 import math
 import operator
-from typing import Any
+from typing import Any, NoReturn
 
 from rsmpl._native import lib
 
@@ -30,6 +30,14 @@ def choice(name: str, value: Any, choices: dict[str, int]) -> int:
     if value not in choices:
         raise ValueError(f"{name} is {value!r}; one of {', '.join(map(repr, choices))} is accepted")
     return choices[value]
+
+
+class NotCopied:
+    """What holds memory of C, which a copy would share and release a second time."""
+
+    def __reduce__(self) -> NoReturn:
+        raise TypeError(f"a {type(self).__name__} can't be copied, nor sent to another process; open "
+                        "one there")
 
 
 def _reduced(in_rate: int, out_rate: int) -> tuple[int, int]:

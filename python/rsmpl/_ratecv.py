@@ -11,7 +11,7 @@ from rsmpl._native import ffi, lib
 from rsmpl._stream import Stream
 
 
-class Conversion:
+class Conversion(_errors.NotCopied):
     """What the calls of `ratecv` on one signal share."""
 
     def __init__(self, nchannels: int, inrate: int, outrate: int) -> None:
@@ -79,9 +79,11 @@ def ratecv(fragment: Any, width: int, nchannels: int, inrate: int, outrate: int,
     frames = _frames(fragment, width, nchannels)
     a = _errors.whole("weightA", weightA, 1, _errors.INT_MAX)
     b = _errors.whole("weightB", weightB, 0, _errors.INT_MAX)
-    conversion, done = state or (Conversion(nchannels, inrate, outrate), 0)
-    if not isinstance(conversion, Conversion):
+    if state is None:
+        state = Conversion(nchannels, inrate, outrate), 0
+    elif not (isinstance(state, tuple) and len(state) == 2 and isinstance(state[0], Conversion)):
         raise TypeError("state is None, or what the call before returned")
+    conversion, done = state
     if conversion.given != (nchannels, inrate, outrate):
         raise ValueError(f"the state is one of {conversion!r}; begin another signal with None")
     with conversion.lock:

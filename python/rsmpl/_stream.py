@@ -10,7 +10,7 @@ from rsmpl import _errors, _signal
 from rsmpl._native import ffi, lib
 
 
-class Stream:
+class Stream(_errors.NotCopied):
     """A signal that comes in blocks of any length, from 0 frames up.
 
     Parameters
