@@ -17,6 +17,9 @@ from rsmpl._native import ffi, lib
 
 Taps = npt.NDArray[np.float32]
 
+# A tenth of a second's work.  Far more would have the system end the process for want of memory.
+MOST_TAPS = 2**20
+
 WINDOWS: dict[str, int] = {"none": lib.WIN_NONE, "blackman": lib.WIN_BLACKMAN,
                            "hamming": lib.WIN_HAMMING, "hanning": lib.WIN_HANNING}
 
@@ -27,7 +30,7 @@ def lowpass(taps: int, edge: float, window: str = "hamming") -> Taps:
     Parameters
     ----------
     taps : int
-        How many, from 1; typically 64.
+        How many, 1 to 2**20; typically 64.
     edge : float
         As a fraction of the sampling rate, above 0 and below 0.5.
     window : {"hamming", "hanning", "blackman", "none"}
@@ -87,14 +90,14 @@ def fractional_delay(taps: int, delay: float, window: str = "hamming") -> Taps:
 
 
 def _edge(name: str, edge: float) -> float:
-    if not 0 < edge < 0.5:
+    if not 0 < np.float32(edge) < 0.5:
         raise ValueError(f"{name} is {edge}; it is a fraction of the sampling rate, above 0 and "
                          "below 0.5")
     return float(edge)
 
 
 def _designed(design: Any, taps: int, window: str, *edges: float) -> Taps:
-    taken = _errors.whole("taps", taps, 1, 2**30)
+    taken = _errors.whole("taps", taps, 1, MOST_TAPS)
     kind = _errors.choice("window", window, WINDOWS)
     h = np.empty(taken, np.float32)
     if not design(ffi.cast("float*", h.__array_interface__["data"][0]), taken, kind, *edges):
