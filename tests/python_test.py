@@ -1,5 +1,5 @@
 """What the installed package makes of arrays; its docstrings' examples are run beside this file."""
-import concurrent.futures, inspect, pathlib, re, subprocess, sys, threading, time
+import concurrent.futures, copy, inspect, pathlib, re, subprocess, sys, threading, time
 import numpy as np, pytest, rsmpl, scipy.signal as ss
 
 NOISE = np.random.default_rng(1)
@@ -89,6 +89,18 @@ def test_layouts(layout, dtype):
     np.testing.assert_array_equal(rsmpl.resample(x.T, 44100, 16000, axis=-1), y.T)
 
 
+class Tensor:  # its dtype is not NumPy's
+    dtype = "tensor.int16"
+
+    def __array__(self, dtype=None):
+        return np.ones(960, "int16")
+
+
+def test_what_becomes_an_array():
+    np.testing.assert_array_equal(y := rsmpl.resample(Tensor(), 48000, 16000), rsmpl.resample(np.ones(960, "int16"), 48000, 16000))
+    assert y.dtype == "int16"
+
+
 @pytest.mark.parametrize("ratio, block, filtered", [(3, 960, 320), (2, 960, 320), (1, 960, 320), (4, 960, 240),
                                                     (3, 1000, 0), (2, 18, 6), (3, 12, 0), (3, 0, 0)])
 def test_a_device_to_the_bit(ratio, block, filtered, capfd):
@@ -152,7 +164,11 @@ REFUSED = [
     ("6 bytes are not whole frames of 4", rsmpl.ratecv, bytes(6), 2, 2, 48000, 16000, None),
     ("after 2 frames was gone on from already; the signal is at 4", rsmpl.ratecv, bytes(8), 2, 2, 48000, 16000, USED),
     ("48000 to 16000 Hz, 2 channels", rsmpl.ratecv, bytes(8), 2, 1, 48000, 16000, USED),
+    *[("TypeError: state is None, or what", rsmpl.ratecv, bytes(8), 2, 1, 48000, 16000, state) for state in ((), 5, (0, 0))],
+    *[("TypeError: .* can't be copied, nor sent", copy.copy, held) for held in (LIVE, DEVICE, USED[0])],
     ("edge is 12000; .* fraction", rsmpl.lowpass, 64, 12000),
+    ("edge is 0.49999999999", rsmpl.lowpass, 64, 0.49999999999),
+    ("taps is 1048577; 1 to 1048576", rsmpl.lowpass, 2**20 + 1, 0.2),
     ("low has to be below high", rsmpl.bandpass, 64, 0.3, 0.2),
     ("window is 'kaiser'; one of 'none', 'blackman'", rsmpl.highpass, 64, 0.3, "kaiser"),
     ("delay is 64; 0 to taps - 1", rsmpl.fractional_delay, 64, 64)]

@@ -75,4 +75,4 @@ def resample(x: npt.ArrayLike, in_rate: int, out_rate: int, engine: str = "auto"
     if len(_idle) >= MOST_IDLE:
         _idle.clear()
     _idle[kind] = stream
-    return y.astype(getattr(x, "dtype", y.dtype), copy=False)
+    return y.astype(x.dtype, copy=False) if isinstance(x, np.ndarray) else y
