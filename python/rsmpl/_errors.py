@@ -36,8 +36,8 @@ class NotCopied:
     """What holds memory of C, which a copy would share and release a second time."""
 
     def __reduce__(self) -> NoReturn:
-        raise TypeError(f"a {type(self).__name__} can't be copied, nor sent to another process; open "
-                        "one there")
+        raise TypeError(f"a {type(self).__name__} can't be copied, nor sent to another process; "
+                        "open one there")
 
 
 def _reduced(in_rate: int, out_rate: int) -> tuple[int, int]:
