@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cinttypes>
-#include <cmath>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -37,31 +36,38 @@ Device& device(void* obj)
     return *static_cast<Device*>(obj);
 }
 
-// Periods near those of `info` that have a filter: of its rates or, where these have none, about
-// their ratio.  Returns whether there are any.
-bool find_periods(const snd_pcm_rate_info_t& info, const Options& options, Periods& near)
+// Frames of the faster side, at most, that are named as a period: 20 ms at 48 kHz.  A card whose
+// periods come in steps, or as powers of two, has that one or another that is short enough.
+constexpr unsigned kShort = 960;
+
+// Short periods that have a filter: of the rates' ratio or, where its terms are too large, about
+// it, rounded down as the host rounds.  Returns whether there are any.
+bool find_periods(const snd_pcm_rate_info_t& info, const Options& options, Periods& served)
 {
-    std::unique_ptr<Converter> converter;
-    const auto opens = [&] { return Converter::open(near, options, converter) == RSMPL_STREAM_OK; };
     const unsigned divisor = std::gcd(info.in.rate, info.out.rate);
-    const snd_pcm_uframes_t in = info.in.rate / divisor;
-    const snd_pcm_uframes_t out = info.out.rate / divisor;
-    const snd_pcm_uframes_t groups = std::max(1UL, (info.in.period_size + in / 2) / in);
-    near = {1, groups * in, groups * out};
-    if (opens())
-        return true;
-    const double most = RSMPL_STREAM_MOST_RATIO;
-    const double scale = most / std::max(info.in.rate, info.out.rate);
-    near.in = static_cast<snd_pcm_uframes_t>(std::lround(scale * info.in.rate));
-    near.out = static_cast<snd_pcm_uframes_t>(std::lround(scale * info.out.rate));
-    return opens();
+    served = {1, info.in.rate / divisor, info.out.rate / divisor};
+    const bool down = served.in > served.out;
+    snd_pcm_uframes_t& fast = down ? served.in : served.out;
+    snd_pcm_uframes_t& slow = down ? served.out : served.in;
+    if (fast > RSMPL_STREAM_MOST_RATIO) {
+        const snd_pcm_uframes_t fast_term = fast;
+        const snd_pcm_uframes_t slow_term = slow;
+        slow = RSMPL_STREAM_MOST_RATIO * slow_term / fast_term;
+        fast = slow * fast_term / slow_term;
+    } else {
+        const snd_pcm_uframes_t groups = std::max(1UL, kShort / fast);
+        fast *= groups;
+        slow *= groups;
+    }
+    std::unique_ptr<Converter> converter;
+    return Converter::open(served, options, converter) == RSMPL_STREAM_OK;
 }
 
 std::string advice(const snd_pcm_rate_info_t& info, const Options& options)
 {
-    Periods near{};
-    if (find_periods(info, options, near))
-        return std::to_string(near.out) + " of " + std::to_string(near.in) + " would be served";
+    Periods served{};
+    if (find_periods(info, options, served))
+        return std::to_string(served.out) + " of " + std::to_string(served.in) + " would be served";
     return options.engine == RSMPL_ENGINE_IIR
                ? "these rates have no stage; engine \"auto\" takes more"
                : "these rates are too far apart";

@@ -23,10 +23,11 @@ aplay 16000 48000 8 1000 -I    | { name rsmpl engine fir }             | FIR fil
 aplay 44100 48000 2 1000 -I    | rsmpl                                 | FIR filter 136:125
 arecord 16000 48000 8 512 -Drsmpl:card | none                          | IIR stage 1:3"""
 ERRORS = """\
-aplay 44100 48000 1 1103       | rsmpl                        | no filter of engine "auto" makes 1200 frames at 48000 Hz of 1103 at 44100 Hz; 1280 of 1176 would be served
-aplay 44101 48000 1 1102       | { name rsmpl engine fir }    | no filter .*; 1024 of 941 would be served
+aplay 44100 48000 1 1103       | rsmpl                        | no filter of engine "auto" makes 1200 frames at 48000 Hz of 1103 at 44100 Hz; 960 of 882 would be served
+aplay 44101 48000 1 1102       | { name rsmpl engine fir }    | no filter .*; 1023 of 940 would be served
+arecord 11025 96000 1 1381     | rsmpl                        | no filter .*; 117 of 1018 would be served
 aplay 44100 48000 1 441        | { name rsmpl engine iir }    | no filter of engine "iir" .*; these rates have no stage; engine "auto" takes more
-aplay 48000 16000 1 1001       | { name rsmpl engine iir }    | no filter of engine "iir" makes 333 frames at 16000 Hz of 1001 at 48000 Hz; 334 of 1002 would be served
+aplay 48000 16000 1 1001       | { name rsmpl engine iir }    | no filter of engine "iir" makes 333 frames at 16000 Hz of 1001 at 48000 Hz; 320 of 960 would be served
 aplay 48000 16000 1 480        | { name rsmpl engine sinc }   | engine is "auto", "iir" or "fir"
 aplay 48000 16000 1 480        | { name rsmpl gain loud }     | gain is a number of decibels from -200 to 200
 aplay 48000 16000 1 480        | { name rsmpl gain -201 }     | gain is .*
@@ -92,7 +93,9 @@ class Programs(unittest.TestCase):
 
     def test_what_is_wrong_is_said(self):
         for row in rows(ERRORS):
-            self.assertRegex(card(*row[:-1], np.zeros((3000, row[3])), 1)[2], f"rsmpl: {row[-1]}")
+            self.assertRegex(said := card(*row[:-1], np.zeros((3000, row[3])), 1)[2], f"rsmpl: {row[-1]}")
+            for out, source in re.findall(r"(\d+) of (\d+) would be served", said):
+                card(*row[:4], int(source if row[0] == "aplay" else out), *row[5:-1], np.zeros((3000, row[3])))
 
 
 INIT, FREE, RESET, _, CONVERT, _, INPUTS, OUTPUTS, VERSION, RATES, DUMP, FORMATS = range(1, 13)
