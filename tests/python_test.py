@@ -151,6 +151,7 @@ REFUSED = [
     ("reduces to 44101/48000; at most 1024 is served; 48000 to 44100 Hz would", rsmpl.resample, X, 48000, 44101),
     ("no IIR stage for 44100 to 16000 Hz, .* 1/3, .*'fir' serves it", rsmpl.resample, X, 44100, 16000, "iir"),
     ("TypeError: out_rate is a whole number, not 16000.5", rsmpl.Stream, 48000, 16000.5),
+    ("axis is 1; -1 to 0 is accepted", rsmpl.resample, X, 48000, 16000, "auto", 1),
     ("960 channels; 1 to 64 are served, or is time along", rsmpl.resample, X[None], 48000, 16000),
     *[(f"TypeError: samples of .* are not served.*{advice}", rsmpl.resample, X.astype(dtype), 48000, 16000)
       for dtype, advice in zip(["uint8", "uint16", "int64", "bool", "float16", "complex64", "U1"],

@@ -48,8 +48,8 @@ def resample(x: npt.ArrayLike, in_rate: int, out_rate: int, engine: str = "auto"
 
     Notes
     -----
-    The signal goes through in blocks of 960 frames, as through a device, so that its samples are
-    those of a `Stream` in such blocks.  Beyond its ends is silence.
+    The samples are those of a `Stream` in blocks of 960 frames, a device's.  Beyond the signal's
+    ends is silence.
 
     Examples
     --------
@@ -67,6 +67,7 @@ def resample(x: npt.ArrayLike, in_rate: int, out_rate: int, engine: str = "auto"
     (2, 160)
     """
     signal = _signal.as_signal(x)
+    axis = _errors.whole("axis", axis, -signal.ndim, signal.ndim - 1)
     channels = _signal.channels_of(np.swapaxes(signal, 0, axis).shape)
     kind = (channels, *_errors.rates(in_rate, out_rate)[:2], engine, lib.RSMPL_STREAM_ALIGNED)
     stream = _idle.pop(kind, None) or _signal.open_stream(*kind)
