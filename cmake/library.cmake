@@ -8,6 +8,7 @@ set(RSMPL_HEADERS
     fir/Resample_iMalloc.h
     iir/Resample_IIRFilterDesign.h
     iir/Resample_Rsmpl_IIR_api.h
+    rsmpl.h
     spectral/Resample_CFFT.h
     spectral/Resample_Complex.h
     stream/rsmpl_stream.h)

@@ -23,7 +23,8 @@
  *
  * Full scale is 1 for rows of floats and for 16-bit output, but 32768 for 16-bit input, which
  * becomes floats of the same value.  16 bits in with 16 bits out therefore clips nearly everything:
- * all outputs beyond one step of the input.  Take floats on one side; examples/rational.cpp does.
+ * all outputs beyond one step of the input.  Take floats on one side, as
+ * examples/7_general_resampler.cpp does.
  *
  * An object must not be used by two threads at once; distinct ones are independent.  [rt]:
  * neither allocates, locks, prints nor touches files. */

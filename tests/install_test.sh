@@ -7,7 +7,7 @@ source_dir=$1 build_dir=$2 cc=$3 # as CMake calls it
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 prefix=$scratch/prefix
-example=$source_dir/examples/downsample.c any_rate=$source_dir/examples/anyrate.c
+example=$source_dir/examples/2_pipe.c any_rate=$source_dir/examples/3_any_rates.c
 strict=(-Wall -Wextra -Wpedantic -Werror)
 
 cmake --install "$build_dir" --prefix "$prefix" >/dev/null
@@ -21,7 +21,7 @@ done
 if find "$prefix/include" -name '*_internal.h' | grep .; then exit 1; fi
 
 # The README shows the examples as they stand in the files.
-diff <(sed -n '/^```c$/,/^```$/{/^```/!p}' "$source_dir/README.md") <(cat "$example" "$source_dir/examples/anyrate.c")
+diff <(sed -n '/^```c$/,/^```$/{/^```/!p}' "$source_dir/README.md") <(cat "$example" "$any_rate")
 
 check() { # PROGRAM IN OUT: from so many bytes come as many as there have to, and not silence
     head -c "$2" /dev/urandom | "$1" >"$scratch/out.raw"
@@ -66,6 +66,11 @@ for static in "" -static; do
     check "$scratch/rsmpl" "${blocks[@]}"
     check "$scratch/rsmpl-stream" "${any_length[@]}"
 done
+
+# Each example is compiled by the command line on top of it.
+(cd "$scratch" && for example in "$source_dir"/examples/*.c*; do
+    cp "$example" . && eval "$(sed -nE 's!^[ */]*(c(c|[+]+) .*)!\1!p' "$example")"
+done)
 
 # ALSA finds the converter and its device, and nothing else in there.
 [ ! -e "$build_dir/alsa" ] || ALSA_PLUGIN_DIR=$libdir/alsa-lib ALSA_CONFIG_PATH=/usr/share/alsa/alsa.conf:$prefix/share/alsa/alsa.conf.d/10-rsmpl.conf arecord -v -D rsmpl:null -f S16_LE -r 16000 -s 1 /dev/null 2>&1 | grep "IIR stage 1:3" >/dev/null

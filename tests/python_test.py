@@ -4,7 +4,7 @@ import numpy as np, pytest, rsmpl, scipy.signal as ss
 
 NOISE = np.random.default_rng(1)
 RATES = [(48000, 16000), (44100, 16000), (16000, 48000), (48000, 32000), (44100, 48000), (8000, 8000)]
-EXAMPLE = pathlib.Path.cwd().parent / "examples" / "downsample"  # in the folder of the build
+EXAMPLE = pathlib.Path.cwd().parent / "examples" / "2_pipe"  # in the folder of the build
 
 # The 1:3 stage: its gain; A, B and C of four sections.
 GAIN = float(np.float32(0.00524580106))

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""same_bits_test.py DOWNSAMPLE ANYRATE [EMULATOR...]: the package gives the samples of these two
+"""same_bits_test.py 2_PIPE 3_ANY_RATES [EMULATOR...]: the package gives the samples of these two
 programs, here those of a board, from ten minutes of noise with the level and spectrum of speech."""
 import hashlib, subprocess, sys
 import numpy as np

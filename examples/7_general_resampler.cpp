@@ -1,5 +1,8 @@
-// 16-bit stereo PCM from standard input at 48 kHz to standard output at 32 kHz: the general
-// resampler at 2:3.  What is left of an incomplete block at the end is dropped.
+// 7_general_resampler.cpp - 16-bit stereo PCM from standard input at 48 kHz to standard output at
+// 32 kHz: the general resampler at 2:3.  What is left of an incomplete block at the end is dropped.
+//
+//     c++ -std=c++17 7_general_resampler.cpp $(pkg-config --cflags --libs rsmpl) -o general
+//     sox stereo.wav -t raw -r 48000 -b 16 -c 2 - | ./general >stereo32.raw
 #include "convert/Resample_DatTypeConvert.h"
 #include "fir/Resample_GeneralResampler.h"
 #include "fir/Resample_iMalloc.h"
@@ -18,8 +21,8 @@ int main()
     // No low edge, and the highest high edge that keeps aliases out: 14.4 kHz.
     resampler.Init(kChannels, enabled, 2, 3, kFrames, kTaps, 48000, 0, 48000);
     const short* out = resampler.GetInt16Output();
-    const bool ready = out != nullptr && iCalloc(in, kChannels, kIn);
-    while (ready && std::fread(frames, sizeof frames, 1, stdin) == 1) {
+    bool ok = out != nullptr && iCalloc(in, kChannels, kIn);
+    while (ok && std::fread(frames, sizeof frames, 1, stdin) == 1) {
         for (int c = 0; c < kChannels; ++c) {
             for (int i = 0; i < kIn; ++i)
                 planar[i] = frames[i][c];
@@ -30,9 +33,9 @@ int main()
         for (int i = 0; i < kOut; ++i)
             for (int c = 0; c < kChannels; ++c)
                 frames[i][c] = out[c * kOut + i];
-        std::fwrite(frames, sizeof frames[0], kOut, stdout);
+        ok = std::fwrite(frames, sizeof frames[0], kOut, stdout) == kOut;
     }
     iFree(in, kChannels);
     resampler.UnInit();
-    return ready ? 0 : 1;
+    return ok && std::fflush(stdout) == 0 ? 0 : 1;
 }

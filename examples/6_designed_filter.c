@@ -1,5 +1,8 @@
-/* 16-bit mono PCM from standard input to standard output, everything above a quarter of the
- * sampling rate taken out by a FIR filter of 63 taps. */
+/* 6_designed_filter.c - 16-bit mono PCM from standard input to standard output, everything above a
+ * quarter of the sampling rate taken out by a FIR filter of 63 taps.
+ *
+ *     cc 6_designed_filter.c $(pkg-config --cflags --libs rsmpl) -o 6_designed_filter
+ *     sox speech.wav -t raw -b 16 -c 1 - | ./6_designed_filter >dull.raw */
 #include "convert/Resample_DatTypeConvert.h"
 #include "design/Resample_FIRFilterDesign.h"
 #include "fir/Resample_FIRFiltering.h"
@@ -23,5 +26,5 @@ int main(void)
         fwrite(pcm, sizeof pcm[0], len, stdout);
     }
     FIRFree(filter);
-    return !ready;
+    return ready && fflush(stdout) == 0 && !ferror(stdout) ? 0 : 1;
 }

@@ -1,5 +1,9 @@
-// The spectrum of 16-bit mono PCM from standard input: a line per bin with its frequency, as a
-// fraction of the sampling rate, and its mean power in dB, a full-scale sine being at 0 dB.
+// 8_spectrum.cpp - the spectrum of 16-bit mono PCM from standard input: a line per bin with its
+// frequency, as a fraction of the sampling rate, and its mean power in dB, a full-scale sine being
+// at 0 dB.
+//
+//     c++ -std=c++17 8_spectrum.cpp $(pkg-config --cflags --libs rsmpl) -o 8_spectrum
+//     sox speech.wav -t raw -b 16 -c 1 - | ./8_spectrum
 #include "convert/Resample_DatTypeConvert.h"
 #include "design/Resample_WinFunc.h"
 #include "fir/Resample_iMalloc.h"

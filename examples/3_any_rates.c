@@ -1,5 +1,8 @@
-/* 16-bit mono PCM from standard input at 44.1 kHz to standard output at 16 kHz, the delay of the
- * filter taken out: n samples become ceil(n * 160 / 441). */
+/* 3_any_rates.c - 16-bit mono PCM from standard input at 44.1 kHz to standard output at 16 kHz, the
+ * delay of the filter taken out: n samples become ceil(n * 160 / 441).
+ *
+ *     cc 3_any_rates.c $(pkg-config --cflags --libs rsmpl-stream) -o 3_any_rates
+ *     sox song.wav -t raw -r 44100 -b 16 -c 1 - | ./3_any_rates >song16.raw */
 #include "stream/rsmpl_stream.h"
 #include <stdio.h>
 
@@ -22,5 +25,5 @@ int main(void)
     size_t rest = rsmpl_stream_finish_short(stream, out);
     fwrite(out, sizeof out[0], rest, stdout);
     rsmpl_stream_close(stream);
-    return 0;
+    return fflush(stdout) == 0 && !ferror(stdout) ? 0 : 1;
 }
