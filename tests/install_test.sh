@@ -69,7 +69,10 @@ done
 
 # Each example is compiled by the command line on top of it.
 (cd "$scratch" && for example in "$source_dir"/examples/*.c*; do
-    cp "$example" . && eval "$(sed -nE 's!^[ */]*(c(c|[+]+) .*)!\1!p' "$example")"
+    command=$(sed -nE 's!^[ */]*(c(c|[+]+) .*)!\1!p' "$example")
+    [ "$command" ]
+    cp "$example" .
+    eval "$command"
 done)
 
 # ALSA finds the converter and its device, and nothing else in there.
