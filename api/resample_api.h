@@ -34,6 +34,7 @@
 extern "C" {
 #endif
 
+/* One stream of blocks, of up to 16 channels. */
 typedef struct resample_handle resample_handle;
 
 /* Opens a handle.
@@ -51,9 +52,10 @@ typedef struct resample_handle resample_handle;
 resample_handle* resample_init(int ch_num, int in_rate, int out_rate, int samples_per_ch);
 
 /* Converts one block.
- *   in   ch_num * W samples, planar
- *   out  ch_num * out_per_ch samples, planar; may overlap in
- *   len  ch_num * W, samples over all channels
+ *   handle  of resample_init
+ *   in      ch_num * W samples, planar
+ *   out     ch_num * out_per_ch samples, planar; may overlap in
+ *   len     ch_num * W, samples over all channels
  * Returns 0.  Returns -1, with out and the filters untouched, when
  *   - handle is null; prints "resample not init!" on standard output;
  *   - len is not ch_num * W, which is less than ch_num * samples_per_ch where ratio does not

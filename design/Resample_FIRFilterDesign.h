@@ -49,10 +49,10 @@ enum General_WindowType : int
 enum General_WindowType
 #endif
 {
-    WIN_NONE = 0, /* rectangular */
-    WIN_BLACKMAN = 1,
-    WIN_HAMMING = 2,
-    WIN_HANNING = 3
+    WIN_NONE = 0,     /* rectangular */
+    WIN_BLACKMAN = 1, /* WinBlackman */
+    WIN_HAMMING = 2,  /* WinHamming */
+    WIN_HANNING = 3   /* WinHanning */
 };
 typedef enum General_WindowType General_WindowType;
 
@@ -93,6 +93,7 @@ public:
      * 0. */
     CGeneralFIRDesigner(int len, General_WindowType type);
 
+    /* Releases all arrays. */
     ~CGeneralFIRDesigner();
 
     CGeneralFIRDesigner(const CGeneralFIRDesigner&) = delete;

@@ -35,9 +35,11 @@
 
 struct FIRMRState;
 
+/* A filter, its channels and their last block. */
 class CGeneralResampler
 {
 public:
+    /* Owns nothing: blocks do nothing before Init. */
     CGeneralResampler() = default;
     CGeneralResampler(const CGeneralResampler&) = delete;
     CGeneralResampler& operator=(const CGeneralResampler&) = delete;
@@ -84,14 +86,14 @@ public:
 
     /* To look at, not to write.  The arrays are owned by the object. */
     FIRMRState** m_states = nullptr; /* per channel; null for disabled ones */
-    int m_channels = 0;
-    int m_frames = 0;             /* per block */
-    int m_inputLen = 0;           /* samples per channel and block, m_frames * down */
-    int m_outputLen = 0;          /* the same, m_frames * up */
-    float** m_floatOut = nullptr; /* [m_channels][m_outputLen] */
-    short* m_int16Out = nullptr;  /* m_channels * m_outputLen */
-    float* m_scratch = nullptr;   /* m_inputLen; null until 16-bit samples come in */
-    int* m_flags = nullptr;       /* per channel */
+    int m_channels = 0;              /* count of channels */
+    int m_frames = 0;                /* per block */
+    int m_inputLen = 0;              /* samples per channel and block, m_frames * down */
+    int m_outputLen = 0;             /* the same, m_frames * up */
+    float** m_floatOut = nullptr;    /* [m_channels][m_outputLen] */
+    short* m_int16Out = nullptr;     /* m_channels * m_outputLen */
+    float* m_scratch = nullptr;      /* m_inputLen; null until 16-bit samples come in */
+    int* m_flags = nullptr;          /* per channel */
 };
 
 #pragma GCC visibility pop

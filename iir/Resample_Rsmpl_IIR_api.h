@@ -35,23 +35,24 @@ extern "C" {
 
 /* Codes for RSMPL_Down, by its ratios, and for RSMPL_Up, by their inverses. */
 enum RSMPL_Ratio {
-    RSMPL_RATIO_2_3 = 0,
-    RSMPL_RATIO_1_2 = 1,
-    RSMPL_RATIO_1_3 = 2,
-    RSMPL_RATIO_1_4 = 3,
-    RSMPL_RATIO_1_6 = 4,
-    RSMPL_RATIO_3_2 = 0,
-    RSMPL_RATIO_2_1 = 1,
-    RSMPL_RATIO_3_1 = 2,
-    RSMPL_RATIO_4_1 = 3,
-    RSMPL_RATIO_6_1 = 4
+    RSMPL_RATIO_2_3 = 0, /* down, as 48 to 32 kHz */
+    RSMPL_RATIO_1_2 = 1, /* 32 to 16 */
+    RSMPL_RATIO_1_3 = 2, /* 48 to 16 */
+    RSMPL_RATIO_1_4 = 3, /* 32 to 8 */
+    RSMPL_RATIO_1_6 = 4, /* 48 to 8 */
+    RSMPL_RATIO_3_2 = 0, /* up, as 32 to 48 kHz */
+    RSMPL_RATIO_2_1 = 1, /* 16 to 32 */
+    RSMPL_RATIO_3_1 = 2, /* 16 to 48 */
+    RSMPL_RATIO_4_1 = 3, /* 8 to 32 */
+    RSMPL_RATIO_6_1 = 4  /* 8 to 48 */
 };
 
+/* Results. */
 enum RSMPL_Status {
-    RSMPL_SUCCESS = 0,
-    RSMPL_NULL_CONTEXT = 1,
-    RSMPL_UNKNOWN_CODE = 2,
-    RSMPL_BAD_LENGTH = 3
+    RSMPL_SUCCESS = 0,      /* done */
+    RSMPL_NULL_CONTEXT = 1, /* ctx is null */
+    RSMPL_UNKNOWN_CODE = 2, /* code is above 4 */
+    RSMPL_BAD_LENGTH = 3    /* len is not one of the table above */
 };
 
 /* The size of a context in bytes: 36.  [rt] */

@@ -27,6 +27,7 @@
 
 #pragma GCC visibility push(default)
 
+/* A transform of one length, with its arrays. */
 class CFFT
 {
 public:
@@ -55,7 +56,7 @@ public:
     /* The phase of z, from -pi to pi; +pi/2 wherever z.re is 0, also for negative z.im.  [rt] */
     float c_angle(DCOMPLEX z);
 
-    /* re - im j.  [rt] */
+    /* The conjugate of z, re - im j.  [rt] */
     DCOMPLEX c_conj(DCOMPLEX z);
 
     /* Half spectrum in[0 .. N/2] to mag[0 .. N/2] and phase[0 .. N/2].  [rt] */

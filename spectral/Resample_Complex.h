@@ -13,12 +13,13 @@
 extern "C" {
 #endif
 
+/* re + im j. */
 typedef struct DCOMPLEX {
-    float re;
-    float im;
+    float re; /* real part */
+    float im; /* imaginary part */
 } DCOMPLEX;
 
-/* re + im j. */
+/* Makes re + im j. */
 DCOMPLEX Complex(float re, float im);
 
 DCOMPLEX Cadd(DCOMPLEX a, DCOMPLEX b); /* a + b */
@@ -37,7 +38,7 @@ DCOMPLEX Cdiv(DCOMPLEX a, DCOMPLEX b);
  * where the square stays in range. */
 DCOMPLEX Cdiv2(DCOMPLEX a, DCOMPLEX b);
 
-/* The conjugate, re - im j. */
+/* The conjugate of z, re - im j. */
 DCOMPLEX Conjg(DCOMPLEX z);
 
 /* |z|, in range wherever the result is, and |z|^2, which overflows from about 1.8e19 on. */

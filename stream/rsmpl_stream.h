@@ -68,30 +68,39 @@
 extern "C" {
 #endif
 
+/* One stream: its filters, and what waits for its group. */
 typedef struct rsmpl_stream rsmpl_stream;
 
+/* What serves a stream. */
 typedef enum {
     RSMPL_ENGINE_AUTO, /* a stage where there is one, otherwise FIR */
-    RSMPL_ENGINE_IIR,
-    RSMPL_ENGINE_FIR
+    RSMPL_ENGINE_IIR,  /* a stage */
+    RSMPL_ENGINE_FIR   /* the linear-phase filter */
 } rsmpl_engine;
 
+/* Results of open. */
 typedef enum {
-    RSMPL_STREAM_OK,
+    RSMPL_STREAM_OK,           /* there is a stream */
     RSMPL_STREAM_BAD_ARGUMENT, /* null, channels not 1 to 64, unknown engine or flags */
     RSMPL_STREAM_BAD_RATES,    /* a rate below 1, L or M above 1024, or no stage for them */
-    RSMPL_STREAM_NO_MEMORY
+    RSMPL_STREAM_NO_MEMORY     /* nothing is kept */
 } rsmpl_stream_status;
 
 /* Flags of open. */
-enum { RSMPL_STREAM_ALIGNED = 1 };
+enum {
+    RSMPL_STREAM_ALIGNED = 1 /* the delay is taken out, see above */
+};
 
-enum { RSMPL_STREAM_MOST_CHANNELS = 64, RSMPL_STREAM_MOST_RATIO = 1024 };
+/* Limits of open. */
+enum {
+    RSMPL_STREAM_MOST_CHANNELS = 64, /* per stream */
+    RSMPL_STREAM_MOST_RATIO = 1024   /* L, M */
+};
 
 /* Of FIR, flat to rejection are what holds for all ratios. */
 typedef struct rsmpl_stream_info {
-    rsmpl_engine engine; /* IIR or FIR; AUTO for a copy */
-    int channels;
+    rsmpl_engine engine;   /* IIR or FIR; AUTO for a copy */
+    int channels;          /* 1 to 64 */
     int in_rate, out_rate; /* Hz */
     int up, down;          /* L, M */
     int taps;              /* of the FIR filter at in_rate * L; 0 without one */
@@ -99,13 +108,13 @@ typedef struct rsmpl_stream_info {
     double edge;           /* and where the response is 1 dB below its maximum */
     double ripple;         /* dB between the strongest and the weakest tone up to `flat` */
     double rejection;      /* dB from the maximum down to the strongest alias or image */
-    double delay;          /* rsmpl_stream_delay */
+    double delay;          /* in output frames, as rsmpl_stream_delay tells */
 } rsmpl_stream_info;
 
-/* Opens a stream of 1 to 64 channels; rates in Hz; flags 0 or RSMPL_STREAM_ALIGNED.  Equal rates
- * are a copy with any engine.  What is found wrong first is the result; *stream is then null.  This
- * is the only call that allocates: some 100 KiB; with FIR up to 4 MiB more for the taps, and 0.4
- * MiB for each channel, which a reset or finish clears again. */
+/* Opens a stream of 1 to 64 channels from in_rate to out_rate Hz; flags 0 or RSMPL_STREAM_ALIGNED.
+ * Equal rates are a copy with any engine.  What is found wrong first is the result; *stream is then
+ * null.  This is the only call that allocates: some 100 KiB; with FIR up to 4 MiB more for the
+ * taps, and 0.4 MiB for each channel, which a reset or finish clears again. */
 rsmpl_stream_status rsmpl_stream_open(rsmpl_stream** stream, int channels, int in_rate,
                                       int out_rate, rsmpl_engine engine, unsigned flags);
 
@@ -141,7 +150,7 @@ double rsmpl_stream_delay(const rsmpl_stream* stream);
 /* 16-bit samples that were clipped since open or reset.  [rt] */
 uint64_t rsmpl_stream_clipped(const rsmpl_stream* stream);
 
-/* What serves the stream.  [rt] */
+/* Fills *info: what serves the stream, and how good it is.  [rt] */
 void rsmpl_stream_describe(const rsmpl_stream* stream, rsmpl_stream_info* info);
 
 /* A status in words, never null.  [rt] */
