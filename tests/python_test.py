@@ -209,3 +209,13 @@ def test_memory():
     for _ in range(500):
         rsmpl.Stream(44100, 16000), rsmpl.Resampler(1, 48000, 16000, 960)
     assert highest() - before < 4e7
+
+
+@pytest.mark.parametrize("page", ["README.md", "python/README.md"])
+def test_pages(page):
+    """They show what works, on a signal, a device and a player of ours."""
+    text, played = (pathlib.Path(__file__).parents[1] / page).read_text(), []
+    for code in re.findall(r"^```python\n(.*?)^```$", text, re.M | re.S):
+        exec(code, given := {"x": noise((60, 60)), "blocks": noise((3, 500, 2), "int16"), "play": played.append})
+        assert "rsmpl" in given
+    assert page == "README.md" or sum(map(len, played)) == 500
