@@ -73,6 +73,19 @@ def card(program, rate, card_rate, channels, period, options, converter, source,
 
 
 class Programs(unittest.TestCase):
+    def test_what_the_page_shows(self):
+        page = "\n".join(re.findall("^    (.*)", (CONF.parents[1] / "docs/alsa.md").read_text(), re.M))
+        array = re.search(r"pcm\.array \{.*?\n\}", page, re.S)[0].replace("hw:Array", "null")
+        default = re.search(r"defaults\.pcm\.rate_converter .*", page)[0]
+        command, shown = re.search(r"\$ (arecord -v .*)\n((?:.*\n)*?)\.\.\.", page).groups()
+        for conf, device, wanted in [("", "rsmpl:null", shown), (array, "array", "gain -3 dB"),
+                                     (default + "\npcm.card { type plug slave { pcm null rate 48000 } }", "card", "Converter: rsmpl,")]:
+            with tempfile.TemporaryDirectory() as root:
+                pathlib.Path(root, "conf").write_text(f"</usr/share/alsa/alsa.conf> <{CONF}> {conf}")
+                said = subprocess.run(command.replace("rsmpl:null", device).split(), cwd=root, capture_output=True, text=True, timeout=60,
+                                      env={**os.environ, "ALSA_CONFIG_PATH": f"{root}/conf", "ALSA_PLUGIN_DIR": PLUGIN_DIR})
+                self.assertIn(wanted, said.stderr + said.stdout)
+
     def test_every_sample_is_the_streams(self):
         for row in rows(RUNS):
             with self.subTest(row=row):

@@ -3,8 +3,8 @@
 
 C, C++ and CMake are excerpts of files that are built; "..." stands for lines left out.  Lines with the
 command are run, on recordings made up here.  Prototypes of man pages are those of the headers.  Files
-that are named exist.  Run elsewhere: Python (python_test.py, training_test.py), corpora.md's lines
-(corpora_test.sh), compiling with pkg-config (install_test.sh); links between pages (docs/build)."""
+that are named exist.  Run elsewhere: Python (python_test.py, training_test.py), corpora.md (corpora_test.sh),
+alsa.md (alsa_test.py), compiling with pkg-config (install_test.sh); links between pages (docs/build)."""
 import glob, os, pathlib, re, subprocess, sys, tempfile
 
 root, rsmpl = pathlib.Path(sys.argv[1]), os.path.realpath(sys.argv[2])
