@@ -15,7 +15,7 @@
 namespace
 {
 
-constexpr size_t kInputs = 8192; // until every filter has died away
+constexpr size_t kInputs = 3072; // until every filter has died away
 constexpr int kFrequencies = 256;
 
 // h, from impulses at each of the M places in a group: output j and input i are M j - L i apart.
