@@ -73,6 +73,9 @@ done
     [ "$command" ]
     cp "$example" .
     eval "$command"
+# Each example, and each program of the pages, is compiled by the command line on top of it.
+(cd "$scratch" && for example in "$source_dir"/{examples,docs/snippets}/*.c*; do
+    cp "$example" . && eval "$(sed -nE 's!^[ */]*(c(c|[+]+) .*)!\1!p' "$example")"
 done)
 
 # ALSA finds the converter and its device, and nothing else in there.

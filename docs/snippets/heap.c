@@ -1,7 +1,7 @@
 /* heap.c - the bytes that opening takes from the heap: of a stream, or, with a block length, of a
  * handle.
  *
- *     cc heap.c $(pkg-config --cflags --libs rsmpl-stream) -o heap
+ *     cc heap.c $(pkg-config --cflags --libs rsmpl rsmpl-stream) -o heap
  *     ./heap 2 48000 16000 960 */
 #include "rsmpl.h"
 #include <malloc.h>

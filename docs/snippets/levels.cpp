@@ -1,10 +1,14 @@
-// How far filters overshoot: one line per conversion, in dB above the input's largest sample.
+// levels.cpp - how far filters overshoot: one line per conversion, in dB above the input's largest
+// sample.
+//
+//     c++ -std=c++17 levels.cpp $(pkg-config --cflags --libs rsmpl-stream) -o levels
 //
 // y[j] = sum over k of h[r + L k] x[n - k], where r = 0 .. L - 1 is the output's phase and h the
-// impulse response at L times the input's rate.  So no input gets above        max over r of sum
-// over k of |h[r + L k]| a tone that begins at full level, f per sample, not above            max
-// over r, n of |sum up to n| of the terms h[r + L k] e^(-2 pi i f k), and, when it has lasted, not
-// above |the whole sum|.
+// impulse response at L times the input's rate.  So, for an input that stays within 1, no output
+// exceeds the largest, over r, of the sums of |h[r + L k]|.  A tone of f parts of the input's rate
+// that begins at once stays within the largest |partial sum| of h[r + L k] e^(-2 pi i f k), over r
+// and the last k; when it has lasted, within the largest |whole sum|.  A step is a tone with an f
+// of 0.
 #include "stream/rsmpl_stream.h"
 #include <algorithm>
 #include <cmath>
