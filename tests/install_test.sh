@@ -67,15 +67,12 @@ for static in "" -static; do
     check "$scratch/rsmpl-stream" "${any_length[@]}"
 done
 
-# Each example is compiled by the command line on top of it.
-(cd "$scratch" && for example in "$source_dir"/examples/*.c*; do
+# Each example, and each program of the pages, is compiled by the command line on top of it.
+(cd "$scratch" && for example in "$source_dir"/{examples,docs/snippets}/*.c*; do
     command=$(sed -nE 's!^[ */]*(c(c|[+]+) .*)!\1!p' "$example")
     [ "$command" ]
     cp "$example" .
     eval "$command"
-# Each example, and each program of the pages, is compiled by the command line on top of it.
-(cd "$scratch" && for example in "$source_dir"/{examples,docs/snippets}/*.c*; do
-    cp "$example" . && eval "$(sed -nE 's!^[ */]*(c(c|[+]+) .*)!\1!p' "$example")"
 done)
 
 # ALSA finds the converter and its device, and nothing else in there.
