@@ -65,6 +65,19 @@ Settings rsmpl_settings;
 [[gnu::weak]] Settings swresample_settings, soxr_settings, speexdsp_settings, zita_settings,
     samplerate_settings, liquid_settings;
 
+struct System {
+    const char* name;
+    Settings* settings;
+};
+
+// This library first.
+inline const System kSystems[] = {
+    {"rsmpl", rsmpl_settings},       {"swresample", swresample_settings},
+    {"soxr", soxr_settings},         {"speexdsp", speexdsp_settings},
+    {"zita", zita_settings},         {"libsamplerate", samplerate_settings},
+    {"liquid-dsp", liquid_settings},
+};
+
 struct Quality {
     double ripple;    // dB, peak to peak, up to 0.87 of the lower Nyquist frequency or to the edge
     double edge;      // where it is 1 dB below its maximum, as a part of that frequency

@@ -58,10 +58,10 @@ Stream open_stage(Rates rates)
     });
 }
 
-Stream open_stream(Rates rates)
+Stream open_stream(Rates rates, rsmpl_engine engine)
 {
     rsmpl_stream* stream = nullptr;
-    rsmpl_stream_open(&stream, 1, rates.in, rates.out, RSMPL_ENGINE_AUTO, 0);
+    rsmpl_stream_open(&stream, 1, rates.in, rates.out, engine, 0);
     return [=, owner = std::shared_ptr<rsmpl_stream>(stream, rsmpl_stream_close)](const short* in,
                                                                                   short* out) {
         return rsmpl_stream_run_short(owner.get(), in, rates.inputs, out);
@@ -72,11 +72,12 @@ Stream open_stream(Rates rates)
 
 std::vector<Setting> rsmpl_settings(Rates rates)
 {
+    const Setting filter = {"FIR stream", [=] { return open_stream(rates, RSMPL_ENGINE_FIR); }};
     if (rates.in == 3 * rates.out)
-        return {{"handle", [=] { return open_handle(rates); }, true}};
+        return {{"handle", [=] { return open_handle(rates); }, true}, filter};
     if (std::max(rates.up(), rates.down()) > 6)
-        return {{"stream", [=] { return open_stream(rates); }}};
-    return {{"stage between conversions", [=] { return open_stage(rates); }, true}};
+        return {{"stream", [=] { return open_stream(rates, RSMPL_ENGINE_AUTO); }}};
+    return {{"stage between conversions", [=] { return open_stage(rates); }, true}, filter};
 }
 
 } // namespace peers

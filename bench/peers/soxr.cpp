@@ -38,6 +38,7 @@ std::vector<Setting> soxr_settings(Rates rates)
         name = "LQ to 0.86, flat, no dither";
     }
     return {{"HQ (default)", [=] { return open(rates, high, SOXR_TPDF, 10); }},
+            {"HQ, no dither", [=] { return open(rates, high, SOXR_NO_DITHER, 10); }},
             {name, [=] { return open(rates, low, SOXR_NO_DITHER, 10); }},
             {name + ", DFT 4096", [=] { return open(rates, low, SOXR_NO_DITHER, 12); }}};
 }
