@@ -7,6 +7,6 @@ set xlabel "bin of 1024"
 set key top right
 file = data . "/fft"
 plot file using 1:3 with lines ls 3 title "101.5 periods, no window", \
-     file using 1:4 with lines lc rgb green lw 1.6 title "101.5 periods, Hanning", \
+     file using 1:4 with lines lc rgb green lw 1.6 dt (5, 2) title "101.5 periods, Hanning", \
      file using 1:5 with lines lc rgb blue lw 1.6 title "101.5 periods, Blackman", \
      file using 1:2 with lines lc rgb black lw 0.8 title "101 periods, no window: rounding alone"

@@ -5,6 +5,6 @@ set xrange [0:0.5]; set yrange [-110:5]
 set xlabel "frequency, in units of the sampling rate"
 set key top right
 plot data . "/none.csv" using 1:2 with lines ls 3 title "none", \
-     data . "/hanning.csv" using 1:2 with lines lc rgb green lw 1.6 title "Hanning", \
+     data . "/hanning.csv" using 1:2 with lines lc rgb green lw 1.6 dt (5, 2) title "Hanning", \
      data . "/hamming.csv" using 1:2 with lines lc rgb blue lw 1.6 title "Hamming", \
      data . "/blackman.csv" using 1:2 with lines ls 1 title "Blackman"
