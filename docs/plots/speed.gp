@@ -19,6 +19,6 @@ do for [i = 1:5] {
     set xlabel (i == 3 ? "ns per input sample" : "") offset 0,0.4
     plot data . "/bars" index i - 1 using (0):1:(0):(cut($2)):($1 - 0.36):($1 + 0.36):($1 == 8 ? 0x1f5fa8 : $1 == 7 ? 0x7fb0dc : 0xb8b8b8) \
             with boxxyerrorbars lc rgb variable, \
-         data . "/bars" index i - 1 using (cut($2) + 1):1:(sprintf($2 < 10 ? "%.1f" : $2 > 36 ? "… %.0f" : "%.0f", $2)) \
+         data . "/bars" index i - 1 using (cut($2) + 1):1:(sprintf($2 < 10 ? "%.1f" : $2 > 36 ? "... %.0f" : "%.0f", $2)) \
             with labels left font ",11"
 }

@@ -11,4 +11,3 @@ set tics nomirror out scale 0.5
 set xtics offset 0,0.3
 set key font ",12" samplen 3 spacing 1.1 noopaque
 set datafile separator ","
-set encoding utf8
