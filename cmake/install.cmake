@@ -27,3 +27,11 @@ foreach(page rsmpl.1 rsmpl.3 rsmpl_stream.3)
     configure_file(docs/man/${page}.in ${PROJECT_BINARY_DIR}/${page} @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section})
 endforeach()
+
+# cpack -G TGZ: one folder with all of it, to be unpacked anywhere.
+if(PROJECT_IS_TOP_LEVEL)
+    set(CPACK_GENERATOR TGZ)
+    set(CPACK_PACKAGE_FILE_NAME rsmpl-${PROJECT_VERSION}-${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR})
+    set(CPACK_STRIP_FILES ON)
+    include(CPack)
+endif()

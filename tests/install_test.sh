@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs into a scratch folder and uses the result as a host would: every header alone as
+# Unpacks the binary archive in a scratch folder and uses it as a host would: every header alone as
 # C11 and C++17, and the README's example by CMake package and by pkg-config, shared and static.
 # With the sources as a subdirectory it is configured only: building them once more takes long.
 set -euo pipefail
@@ -10,7 +10,9 @@ prefix=$scratch/prefix
 example=$source_dir/examples/2_pipe.c any_rate=$source_dir/examples/3_any_rates.c
 strict=(-Wall -Wextra -Wpedantic -Werror)
 
-cmake --install "$build_dir" --prefix "$prefix" >/dev/null
+cpack --config "$build_dir/CPackConfig.cmake" -B "$scratch/archive" >/dev/null
+mkdir "$prefix"
+tar -xzf "$scratch"/archive/rsmpl-*.tar.gz --strip-components=1 -C "$prefix"
 
 (cd "$prefix/include/rsmpl" && find . -name '*.h') | while read -r header; do
     for language in "c -std=c11" "c++ -std=c++17"; do
@@ -79,4 +81,5 @@ done)
 [ ! -e "$build_dir/alsa" ] || ALSA_PLUGIN_DIR=$libdir/alsa-lib ALSA_CONFIG_PATH=/usr/share/alsa/alsa.conf:$prefix/share/alsa/alsa.conf.d/10-rsmpl.conf arecord -v -D rsmpl:null -f S16_LE -r 16000 -s 1 /dev/null 2>&1 | grep "IIR stage 1:3" >/dev/null
 [ ! -e "$build_dir/alsa" ] || [ "$(nm -D --defined-only "$libdir"/alsa-lib/*.so | cut -d" " -f3 | paste -sd" ")" = "_snd_pcm_rate_rsmpl_open _snd_pcm_rate_rsmpl_open_conf" ]
 
-[ ! -e "$build_dir/cli" ] || "$prefix/bin/rsmpl" selftest
+# The command runs, on the libraries beside it.
+[ ! -e "$build_dir/cli" ] || { "$prefix/bin/rsmpl" selftest && [ "$(ldd "$prefix/bin/rsmpl" | grep -c "$prefix/bin/../lib/")" = 2 ]; }
