@@ -1,7 +1,8 @@
 """Builds the library's static parts with CMake, then the module on top of them.
 
 In the tree the library is the folder above; an sdist carries it along.  What is built is kept in
-the library's build/python, so that the next time is quick."""
+the library's build/python, so that the next time is quick.  RSMPL_BUILT names a folder of CMake's in
+which they are built already."""
 import os
 import pathlib
 import re
@@ -19,7 +20,7 @@ KEPT = LIBRARY / "build" / "python"
 ROOMS = "api convert design fir iir kernels spectral stream".split()
 SOURCES = ["CMakeLists.txt", "cmake/*", "docs/man/*.in", "python/CMakeLists.txt", "python/blocks.*",
            *(f"{room}/*.{suffix}" for room in ROOMS for suffix in ("cpp", "h"))]
-OPTIONS = ["-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_COMPILE_WARNING_AS_ERROR=OFF",
+OPTIONS = ["-DCMAKE_BUILD_TYPE=Release", "--compile-no-warning-as-error",
            "-DRSMPL_BUILD_PYTHON=ON", "-DRSMPL_BUILD_CLI=OFF", "-DRSMPL_BUILD_ALSA=OFF",
            "-DRSMPL_BUILD_TESTS=OFF", "-DRSMPL_BUILD_BENCH=OFF"]
 # Each needs the next.
@@ -27,14 +28,20 @@ TARGETS = {"rsmpl_blocks": "python/librsmpl_blocks.a", "rsmpl_stream_static": "l
            "rsmpl_static": "librsmpl.a"}
 
 
+def build_library() -> pathlib.Path:
+    if "RSMPL_BUILT" in os.environ:
+        return pathlib.Path(os.environ["RSMPL_BUILT"])
+    folder = KEPT / "cmake"
+    if not shutil.which("cmake"):
+        raise SystemExit("the library is built by cmake 3.25 or later, with g++ 12 or clang 14")
+    subprocess.check_call(["cmake", "-S", LIBRARY, "-B", folder, *OPTIONS])
+    subprocess.check_call(["cmake", "--build", folder, f"-j{os.cpu_count()}", "--target", *TARGETS])
+    return folder
+
+
 class BuildLibraryAndExtension(build_ext):
     def run(self) -> None:
-        folder = KEPT / "cmake"
-        if not shutil.which("cmake"):
-            raise SystemExit("the library is built by cmake 3.25 or later, with g++ 12 or clang 14")
-        subprocess.check_call(["cmake", "-S", LIBRARY, "-B", folder, *OPTIONS])
-        subprocess.check_call(["cmake", "--build", folder, f"-j{os.cpu_count()}",
-                               "--target", *TARGETS])
+        folder = build_library()
         for extension in self.extensions:
             archives = [str(folder / path) for path in TARGETS.values()]
             extension.include_dirs.append(str(LIBRARY))
