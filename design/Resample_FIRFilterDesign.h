@@ -60,8 +60,8 @@ typedef enum General_WindowType General_WindowType;
 extern "C" {
 #endif
 
-/* Each designs out[0 .. len) with a designer of its own, which it releases.  They return 1; or 0,
- * with out untouched, when memory is short or len above 2^30. */
+/* Designs out[0 .. len), with a designer of its own, which it releases.  Returns 1; or 0, with out
+ * untouched, when memory is short or len above 2^30.  So do the other four. */
 int GeneralFIRDesign(float* out, int len, General_WindowType type, float low, float high,
                      float centre);
 

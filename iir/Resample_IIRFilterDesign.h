@@ -46,7 +46,7 @@
 extern "C" {
 #endif
 
-/* The gain G, then (A, B, C) of each section, whose response is
+/* The gain G, then (A, B, C) of each section.  A section's response is
  *     (1 + C/z + 1/z^2) / (1 - (A - C)/z - (B - 1)/z^2).
  * For reading only.  All zero until an initialiser of a stage that uses the table has run.  The
  * calls here may read them while another thread initialises; a host's own reading then is a race.

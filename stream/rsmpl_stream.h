@@ -94,7 +94,7 @@ enum {
 /* Limits of open. */
 enum {
     RSMPL_STREAM_MOST_CHANNELS = 64, /* per stream */
-    RSMPL_STREAM_MOST_RATIO = 1024   /* L, M */
+    RSMPL_STREAM_MOST_RATIO = 1024   /* of L and of M */
 };
 
 /* Of FIR, flat to rejection are what holds for all ratios. */
