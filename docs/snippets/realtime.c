@@ -55,12 +55,14 @@ int main(void)
     if (mlockall(MCL_CURRENT | MCL_FUTURE) != 0)
         perror("not locked in memory"); /* see ulimit -l */
     pthread_attr_init(&how);
+    pthread_attr_setstacksize(&how, 4 * STACK);
     pthread_attr_setinheritsched(&how, PTHREAD_EXPLICIT_SCHED);
     pthread_attr_setschedpolicy(&how, SCHED_FIFO);
     pthread_attr_setschedparam(&how, &priority);
     if (pthread_create(&thread, &how, convert, handle) != 0) {
         fputs("no real-time priority\n", stderr); /* see ulimit -r */
-        if (pthread_create(&thread, NULL, convert, handle) != 0)
+        pthread_attr_setinheritsched(&how, PTHREAD_INHERIT_SCHED);
+        if (pthread_create(&thread, &how, convert, handle) != 0)
             return 1;
     }
     void* failed = NULL;
