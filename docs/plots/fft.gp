@@ -2,7 +2,7 @@ set terminal svg size 830,380 font "Helvetica,Arial,sans-serif,13" background "#
 set datafile separator whitespace
 set lmargin at screen 0.075; set rmargin at screen 0.985; set bmargin at screen 0.17; set tmargin at screen 0.91
 set label 1 "dB" at graph -0.04, 1.05
-set xrange [0:512]; set yrange [-180:5]; set xtics 64
+set xrange [0:512]; set yrange [-180:25]; set xtics 64
 set xlabel "bin of 1024"
 set key top right
 file = data . "/fft"

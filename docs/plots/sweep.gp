@@ -7,7 +7,7 @@ set cbrange [-100:0]; unset colorbox
 set xrange [0:4]; set yrange [0:8]
 set xtics 1
 names = "rsmpl linear swresample soxr"
-titles = "'rsmpl, stage 1:3' 'linear interpolation' 'swresample, default' 'soxr HQ'"
+titles = "'rsmpl, stage 1:3' 'linear interpolation' 'swresample, default' 'soxr HQ, not dithered'"
 do for [i = 1:4] {
     set title word(titles, i) offset 0,-0.6
     set xlabel (i > 2 ? "s; the tone is at 6 kHz after 1, at 24 after 4" : "") offset 0,0.4
