@@ -79,14 +79,9 @@ peers::Quality quality(Rates rates, const Setting& setting)
 std::vector<Row> rows_of(Rates rates)
 {
     std::vector<Row> rows;
-    for (const peers::System& system : peers::kSystems) {
-        if (system.settings == nullptr)
-            continue;
-        for (Setting& setting : system.settings(rates)) {
-            setting.name = std::string(system.name) + " " + setting.name;
-            const std::string run = job_name(rates) + ", " + setting.name;
-            rows.push_back({setting, run, run + ", silence"});
-        }
+    for (const Setting& setting : peers::all_settings(rates)) {
+        const std::string run = job_name(rates) + ", " + setting.name;
+        rows.push_back({setting, run, run + ", silence"});
     }
     return rows;
 }

@@ -1,9 +1,9 @@
 """Resamplers under one face, for the scripts beside it: each takes int16 samples, their rate and another one, and
 keeps its delay or takes it out as it likes."""
-import pathlib, subprocess
+import subprocess
 import numpy as np
+from release import RELEASE
 
-BUILD = pathlib.Path(__file__).resolve().parents[1] / "build/release"
 CALL = 960  # rsmpl_through leaves out what fills no call
 
 
@@ -13,13 +13,13 @@ def through(command, x):
 
 
 def peer(name):
-    return lambda x, rate, to: through([BUILD / "bench/rsmpl_through", str(rate), str(to), name], x)
+    return lambda x, rate, to: through([RELEASE / "bench/rsmpl_through", str(rate), str(to), name], x)
 
 
 def ours(engine):
     def convert(x, rate, to):
         one_way = "auto" if engine == "device" and to > rate else engine  # a device only goes down
-        return through([BUILD / "cli/rsmpl", "-q", "--engine", one_way, "-r", str(to), "--format", "raw",
+        return through([RELEASE / "cli/rsmpl", "-q", "--engine", one_way, "-r", str(to), "--format", "raw",
                         "--raw", f"{rate},1", "-", "-"], x)
     return convert
 

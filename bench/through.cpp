@@ -10,20 +10,6 @@
 namespace
 {
 
-std::vector<peers::Setting> all_settings(peers::Rates rates)
-{
-    std::vector<peers::Setting> all;
-    for (const peers::System& system : peers::kSystems) {
-        if (system.settings == nullptr)
-            continue;
-        for (peers::Setting& setting : system.settings(rates)) {
-            setting.name = std::string(system.name) + " " + setting.name;
-            all.push_back(setting);
-        }
-    }
-    return all;
-}
-
 bool pass_through(const peers::Stream& stream, unsigned inputs)
 {
     std::vector<short> in(inputs);
@@ -46,7 +32,7 @@ int main(int argc, char** argv)
         std::fputs("usage: rsmpl_through IN_RATE OUT_RATE [NAME]\n", stderr);
         return 2;
     }
-    for (const peers::Setting& setting : all_settings(rates)) {
+    for (const peers::Setting& setting : peers::all_settings(rates)) {
         if (argc == 3)
             std::puts(setting.name.c_str());
         else if (setting.name == argv[3])

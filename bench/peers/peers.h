@@ -78,6 +78,21 @@ inline const System kSystems[] = {
     {"liquid-dsp", liquid_settings},
 };
 
+// Of all that were found, each named after its system, too.
+inline std::vector<Setting> all_settings(Rates rates)
+{
+    std::vector<Setting> all;
+    for (const System& system : kSystems) {
+        if (system.settings == nullptr)
+            continue;
+        for (Setting& setting : system.settings(rates)) {
+            setting.name = std::string(system.name) + " " + setting.name;
+            all.push_back(setting);
+        }
+    }
+    return all;
+}
+
 struct Quality {
     double ripple;    // dB, peak to peak, up to 0.87 of the lower Nyquist frequency or to the edge
     double edge;      // where it is 1 dB below its maximum, as a part of that frequency
