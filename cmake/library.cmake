@@ -45,8 +45,8 @@ function(rsmpl_kernel_level level)
 endfunction()
 
 # On AArch64 g++ 12 copies registers in the loops over the stages' maps, and pairs loads, which cost
-# a Cortex-A55 more than two of them.  Without either the 1:3 stage takes 29, 18 and 11.9 cycles per
-# filter step on the A53, A55 and A72 instead of 33, 24 and 12.9 (./bench/estimate).
+# a Cortex-A55 more than two of them.  Without either the 1:3 stage takes 26.7, 16.7 and 11.4 cycles per
+# filter step on the A53, A55 and A72 instead of 30.3, 21.8 and 12.3 (./bench/estimate).
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     set_source_files_properties(kernels/Resample_IirKernels.cpp PROPERTIES
         COMPILE_OPTIONS "-frename-registers;-fno-peephole2")
