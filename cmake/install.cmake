@@ -28,7 +28,7 @@ foreach(page rsmpl.1 rsmpl.3 rsmpl_stream.3)
     install(FILES ${PROJECT_BINARY_DIR}/${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section})
 endforeach()
 
-# cpack -G TGZ: one folder with all of it, to be unpacked anywhere.
+# cpack: one folder with all of it, to be unpacked anywhere.
 if(PROJECT_IS_TOP_LEVEL)
     set(CPACK_GENERATOR TGZ)
     set(CPACK_PACKAGE_FILE_NAME rsmpl-${PROJECT_VERSION}-${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR})
